@@ -1,0 +1,69 @@
+#include "support/BenchSupport.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+namespace vork::bench {
+
+double secondsOf(const std::function<void()> &work) {
+    auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double timeCommand(const std::string &command) {
+    double seconds = 0;
+    int rc = 0;
+    seconds = secondsOf([&] { rc = std::system(command.c_str()); });
+    return rc == 0 ? seconds : -1;
+}
+
+static long statusField(const char *key) {
+    std::ifstream in("/proc/self/status");
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.rfind(key, 0) == 0) return std::atol(line.c_str() + std::char_traits<char>::length(key));
+    }
+    return -1;
+}
+
+long peakRssKiB() { return statusField("VmHWM:"); }
+long currentRssKiB() { return statusField("VmRSS:"); }
+
+void resetPeakRss() {
+    std::ofstream out("/proc/self/clear_refs");
+    out << "5";
+}
+
+void printTable(const std::string &title, const std::vector<Row> &rows, const std::string &unit) {
+    std::printf("\n== %s ==\n", title.c_str());
+    std::printf("%-44s %12s %12s %-14s %7s %6s  %s\n", "case", ("ours/" + unit).c_str(),
+                ("ref/" + unit).c_str(), "reference", "ratio", "goal", "verdict");
+    for (const Row &r : rows) {
+        double ratio = r.ours > 0 ? r.reference / r.ours : 0;
+        const char *verdict = r.goal <= 0 ? "-" : (ratio >= r.goal ? "MET" : "MISSED");
+        std::printf("%-44s %12.4f %12.4f %-14s %7.3f %6.2f  %s\n", r.what.c_str(), r.ours, r.reference,
+                    r.referenceName.c_str(), ratio, r.goal, verdict);
+    }
+    std::fflush(stdout);
+}
+
+void makeFile(const std::string &path, unsigned long long bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    std::mt19937_64 rng(42);
+    std::vector<uint64_t> block(1 << 17);
+    unsigned long long written = 0;
+    while (written < bytes) {
+        for (auto &w : block) w = rng();
+        size_t chunk = static_cast<size_t>(std::min<unsigned long long>(block.size() * 8, bytes - written));
+        out.write(reinterpret_cast<const char *>(block.data()), static_cast<std::streamsize>(chunk));
+        written += chunk;
+    }
+}
+
+}  // namespace vork::bench

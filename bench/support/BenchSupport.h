@@ -1,0 +1,35 @@
+#pragma once
+// Small timing harness shared by the benchmarks: wall-clock timing, peak
+// resident memory, running a reference tool, and a table of ratios.
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vork::bench {
+
+double secondsOf(const std::function<void()> &work);
+// Runs a shell command, answers its wall-clock seconds (-1 when it failed).
+double timeCommand(const std::string &command);
+// Peak resident set of this process in KiB (VmHWM), and the current (VmRSS).
+long peakRssKiB();
+long currentRssKiB();
+// Resets the peak so a later peakRssKiB measures one phase (Linux 4.0+).
+void resetPeakRss();
+
+struct Row {
+    std::string what;
+    double ours;       // seconds, or another unit
+    double reference;  // the reference tool's figure in the same unit
+    std::string referenceName;
+    double goal;       // minimum wanted ratio reference/ours (or 0 for none)
+};
+
+// Prints rows as "what | ours | reference | ratio | goal | verdict" where
+// the ratio is reference time over our time (above 1 means we are faster).
+void printTable(const std::string &title, const std::vector<Row> &rows, const std::string &unit = "s");
+
+// Makes a file of the given size filled with pseudo-random bytes.
+void makeFile(const std::string &path, unsigned long long bytes);
+
+}  // namespace vork::bench

@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Configures and builds one flavour of the project.
+#   scripts/build.sh [release|asan|tsan] [ninja targets...]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+flavour="${1:-release}"; shift || true
+case "$flavour" in
+  release) args=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
+  asan)    args=(-DCMAKE_BUILD_TYPE=Debug -DVORK_SANITIZE=address,undefined -DVORK_BUILD_BENCH=OFF) ;;
+  tsan)    args=(-DCMAKE_BUILD_TYPE=Debug -DVORK_SANITIZE=thread -DVORK_BUILD_BENCH=OFF) ;;
+  fuzz)    args=(-DCMAKE_BUILD_TYPE=Debug -DVORK_BUILD_FUZZ=ON -DVORK_BUILD_TESTS=OFF -DVORK_BUILD_BENCH=OFF
+                 -DVORK_BUILD_TOOLS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
+  *) echo "unknown flavour $flavour" >&2; exit 2 ;;
+esac
+dir="build/$flavour"
+cmake -S . -B "$dir" -G Ninja "${args[@]}" >/dev/null
+ninja -C "$dir" -j"$(nproc)" "$@"

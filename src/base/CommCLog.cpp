@@ -1,0 +1,54 @@
+#include "base/CommCLog.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <mutex>
+#include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
+
+#include "base/Format.h"
+
+namespace vork {
+
+namespace {
+// Installed once on the first configuration call and read from any thread
+// afterwards.
+std::mutex g_lock;
+std::shared_ptr<CommCLog> &slot() {
+    static std::shared_ptr<CommCLog> log;
+    return log;
+}
+}  // namespace
+
+std::shared_ptr<CommCLog> CommCLog::defaultLog() {
+    std::lock_guard<std::mutex> guard(g_lock);
+    return slot();
+}
+
+void CommCLog::setDefaultLog(std::shared_ptr<CommCLog> log) {
+    std::lock_guard<std::mutex> guard(g_lock);
+    if (slot() == log) return;
+    slot() = std::move(log);
+}
+
+void CommCLog::logDebug(const std::optional<std::string> &) {}
+
+std::string CommCLog::logFileName() const {
+    std::string home;
+    if (const passwd *pw = getpwuid(geteuid()); pw && pw->pw_dir) home = pw->pw_dir;
+    else if (const char *env = std::getenv("HOME")) home = env;
+    return (std::filesystem::path(home) / "Library/Logs/VORK" / "VORKCoreCommCLog.log").string();
+}
+
+void logDebugf(const char *format, ...) {
+    std::shared_ptr<CommCLog> log = CommCLog::defaultLog();
+    va_list args;
+    va_start(args, format);
+    std::string line = vstringf(format, args);
+    va_end(args);
+    if (log) log->logDebug(line);
+}
+
+}  // namespace vork

@@ -1,0 +1,28 @@
+#include "base/Format.h"
+
+#include <cstdio>
+
+namespace vork {
+
+std::string vstringf(const char *format, va_list args) {
+    va_list copy;
+    va_copy(copy, args);
+    char small[256];
+    int needed = std::vsnprintf(small, sizeof small, format, copy);
+    va_end(copy);
+    if (needed < 0) return {};
+    if (static_cast<size_t>(needed) < sizeof small) return std::string(small, static_cast<size_t>(needed));
+    std::string out(static_cast<size_t>(needed), '\0');
+    std::vsnprintf(out.data(), out.size() + 1, format, args);
+    return out;
+}
+
+std::string stringf(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    std::string out = vstringf(format, args);
+    va_end(args);
+    return out;
+}
+
+}  // namespace vork
