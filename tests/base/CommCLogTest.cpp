@@ -1,0 +1,64 @@
+#include "base/CommCLog.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "support/TempDir.h"
+
+namespace {
+
+using vork::CommCLog;
+
+class DefaultLogSwap : public ::testing::Test {
+protected:
+    void SetUp() override { saved_ = CommCLog::defaultLog(); }
+    void TearDown() override { CommCLog::setDefaultLog(saved_); }
+    std::shared_ptr<CommCLog> saved_;
+};
+
+TEST_F(DefaultLogSwap, InstallingTheSameLogTwiceKeepsOneReference) {
+    auto log = std::make_shared<CommCLog>();
+    CommCLog::setDefaultLog(log);
+    const long held = log.use_count();
+    CommCLog::setDefaultLog(log);
+    EXPECT_EQ(log.use_count(), held);
+    EXPECT_EQ(CommCLog::defaultLog(), log);
+}
+
+TEST_F(DefaultLogSwap, InstallingAnotherLogDropsTheOld) {
+    auto first = std::make_shared<CommCLog>();
+    auto second = std::make_shared<CommCLog>();
+    CommCLog::setDefaultLog(first);
+    CommCLog::setDefaultLog(second);
+    EXPECT_EQ(first.use_count(), 1);
+    EXPECT_EQ(CommCLog::defaultLog(), second);
+}
+
+TEST_F(DefaultLogSwap, LinesWithoutALogAreDropped) {
+    CommCLog::setDefaultLog(nullptr);
+    vork::logDebugf("nobody hears %s", "this");
+    EXPECT_EQ(CommCLog::defaultLog(), nullptr);
+}
+
+TEST(CommCLogFile, NameIsUnderTheProcessUsersHome) {
+    const passwd *pw = getpwuid(geteuid());
+    ASSERT_NE(pw, nullptr);
+    EXPECT_EQ(CommCLog().logFileName(),
+              std::string(pw->pw_dir) + "/Library/Logs/VORK/VORKCoreCommCLog.log");
+}
+
+TEST(CommCLogFile, LoggingWritesNothing) {
+    vork::test::TempDir home;
+    CommCLog log;
+    log.logDebug(std::string("a line with a secret"));
+    log.logDebug(std::nullopt);
+    // The released log creates no folder and no file anywhere near its name.
+    EXPECT_FALSE(std::filesystem::exists(log.logFileName()));
+    EXPECT_TRUE(std::filesystem::is_empty(home.path()));
+}
+
+}  // namespace
