@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the plain build, then AddressSanitizer with
-# UndefinedBehaviorSanitizer, then ThreadSanitizer over the threaded code,
-# then the fuzz targets for a bounded time.
+# UndefinedBehaviorSanitizer, then the fuzz targets for a bounded time, then
+# ThreadSanitizer over the threaded code.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -20,11 +20,12 @@ scripts/build.sh asan
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_ctest build/asan
 
-echo "== ThreadSanitizer (threaded code) =="
-scripts/build.sh tsan
-TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 run_ctest build/tsan -L threads
-
 if [ -x scripts/fuzz.sh ]; then
   echo "== fuzz targets (bounded) =="
   scripts/fuzz.sh 60
 fi
+
+echo "== ThreadSanitizer (threaded code) =="
+scripts/build.sh tsan
+TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 run_ctest build/tsan -L threads
+
