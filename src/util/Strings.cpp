@@ -194,6 +194,8 @@ bool containsStrings(std::string_view text, const std::vector<std::string> &need
                        [&](const std::string &needle) { return containsText(text, needle, ignoreCase); });
 }
 
+// std::regex matches recursively: very long texts (tens of thousands of
+// characters) can exhaust the stack, so callers keep to short texts.
 bool matches(std::string_view text, const Text &pattern) {
     if (!pattern) return false;
     try {
@@ -211,8 +213,18 @@ bool isNumeric(std::string_view text) {
     // Optional minus, digits, optional fraction; or digits and a final point.
     // A lone "-" passes on purpose: callers have always treated it as a number.
     static const std::regex numeric(R"(((^(-)?\d*(\.\d+)?$)|(^(-)?\d+\.$)))", std::regex::ECMAScript);
+    // The pattern only ever asks for "some digits" (\d* or \d+), so every run
+    // of digits stands for one digit without changing the answer. This keeps
+    // the recursive matcher of the standard library shallow on long numbers,
+    // which would otherwise overflow the stack.
+    std::string shape;
+    shape.reserve(trimmed.size());
+    for (const char c : trimmed) {
+        const bool digit = c >= '0' && c <= '9';
+        if (!digit || shape.empty() || shape.back() != '0') shape.push_back(digit ? '0' : c);
+    }
     try {
-        return std::regex_match(trimmed, numeric);
+        return std::regex_match(shape, numeric);
     } catch (const std::regex_error &) {
         return false;
     }

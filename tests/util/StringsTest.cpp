@@ -181,6 +181,15 @@ TEST(StringsSearch, IsNumericRejects) {
         EXPECT_FALSE(isNumeric(text)) << '"' << text << '"';
 }
 
+TEST(StringsSearch, IsNumericOnVeryLongNumbers) {
+    const std::string digits(200000, '9');
+    EXPECT_TRUE(isNumeric(digits));
+    EXPECT_TRUE(isNumeric("-" + digits + "." + digits));
+    EXPECT_TRUE(isNumeric(digits + "."));
+    EXPECT_FALSE(isNumeric(digits + "." + digits + "."));
+    EXPECT_FALSE(isNumeric(digits + "x"));
+}
+
 TEST(StringsSearch, HasAnyPrefix) {
     EXPECT_TRUE(hasAnyPrefix("disk0s1", {"cd", "disk"}));
     EXPECT_FALSE(hasAnyPrefix("disk0s1", {"Disk", "s1"}));

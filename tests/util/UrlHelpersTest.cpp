@@ -49,6 +49,11 @@ TEST(UrlDecodeString, InvalidUtf8GivesNone) {
     EXPECT_EQ(urlDecodeString("%ED%A0%80"), std::nullopt);  // surrogate
 }
 
+TEST(UrlDecodeString, IncompleteEscapesStayAsTyped) {
+    EXPECT_EQ(urlDecodeString("100%"), "100%");
+    EXPECT_EQ(urlDecodeString("%zz%4"), "%zz%4");
+}
+
 TEST(UrlDecodeString, KeepsEmbeddedNul) {
     const auto decoded = urlDecodeString("a%00b");
     ASSERT_TRUE(decoded);
