@@ -1,0 +1,233 @@
+// C functions of the HTTP transfer family: one process-wide HttpTransfer
+// driven from the agent's thread.
+#include "VORKCoreCommC/httptransfer.h"
+
+#include <memory>
+
+#include "base/CommCLog.h"
+#include "base/Format.h"
+#include "capi/Guard.h"
+#include "capi/ReturnedText.h"
+#include "runloop/RunLoop.h"
+#include "transfers/HttpTransfer.h"
+#include "util/UrlHelpers.h"
+#include "util/Utf8.h"
+
+using namespace vork;
+
+void *g_HttpTransfer = nullptr;
+int g_MaxRetries = 0;
+double g_RetryDelayMinSeconds = 5.0;
+double g_RetryDelayMaxSeconds = 120.0;
+
+namespace {
+
+// The object g_HttpTransfer points to.
+std::unique_ptr<HttpTransfer> &owner() {
+    static std::unique_ptr<HttpTransfer> transfer;
+    return transfer;
+}
+
+HttpTransfer *current() { return static_cast<HttpTransfer *>(g_HttpTransfer); }
+
+void releaseTransfer() {
+    g_HttpTransfer = nullptr;
+    owner().reset();
+}
+
+void pumpOnce() { RunLoop::current()->runOnce(RunLoop::Seconds(0.1)); }
+
+const char *orNull(const std::optional<std::string> &text) { return text ? text->c_str() : "(null)"; }
+
+// The body as text: none when it is not UTF-8.
+std::optional<std::string> bodyText(const std::shared_ptr<const std::string> &data) {
+    if (!data) return std::string();
+    return util::isValidUtf8(*data) ? std::optional<std::string>(*data) : std::nullopt;
+}
+
+}  // namespace
+
+void httpTransferRetrySettings(int maxRetries, double minSeconds, double maxSeconds) {
+    capi::guardedVoid([&] {
+        g_MaxRetries = maxRetries;
+        g_RetryDelayMinSeconds = minSeconds;
+        g_RetryDelayMaxSeconds = maxSeconds;
+        if (HttpTransfer *transfer = current()) {
+            transfer->setMaxRetries(maxRetries);
+            // The live transfer gets the minimum for both bounds.
+            transfer->setRetryDelayMinSeconds(minSeconds);
+            transfer->setRetryDelayMaxSeconds(minSeconds);
+        }
+    });
+}
+
+void httpTransferInitDownload(const char *url, bool allowInvalidCert, const char *username, const char *password,
+                              const char *postData, const char *postFilePath, const char *downloadFilePath) {
+    capi::guardedVoid([&] {
+        releaseTransfer();
+        owner() = std::make_unique<HttpTransfer>();
+        HttpTransfer &transfer = *owner();
+        g_HttpTransfer = &transfer;
+        transfer.setMaxRetries(g_MaxRetries);
+        transfer.setRetryDelayMinSeconds(g_RetryDelayMinSeconds);
+        transfer.setRetryDelayMaxSeconds(g_RetryDelayMaxSeconds);
+
+        const std::optional<std::string> urlText = capi::argument(url);
+        if (urlText && util::isParsableUrl(*urlText)) transfer.setUrl(urlText);
+        transfer.setAllowInvalidCert(allowInvalidCert);
+        const auto user = capi::argument(username);
+        const auto post = capi::argument(postData);
+        const auto postFile = capi::argument(postFilePath);
+        if (user) transfer.setUsername(user);
+        if (auto p = capi::argument(password)) transfer.setPassword(p);
+        if (post) transfer.setPostData(post);
+        if (postFile) transfer.setPostFilePath(postFile);
+        if (auto d = capi::argument(downloadFilePath)) transfer.setDownloadFilePath(d);
+        transfer.setTimeout(kHttpTransferRequestTimeout);
+
+        logDebugf("httpTransferInit: urlString=%s", orNull(urlText));
+        logDebugf("httpTransferInit: username=%s, password=********", user ? user->c_str() : "");
+        logDebugf("httpTransferInit: postData=%s (%s)", postData ? postData : "(null)", post ? post->c_str() : "");
+        logDebugf("httpTransferInit: filePath=%s", postFile ? postFile->c_str() : "");
+    });
+}
+
+void httpTransferInit(const char *url, bool allowInvalidCert, const char *username, const char *password,
+                      const char *postData, const char *postFilePath) {
+    httpTransferInitDownload(url, allowInvalidCert, username, password, postData, postFilePath, nullptr);
+}
+
+bool httpTransferAddHeader(const char *headerName, const char *headerValue) {
+    return capi::guarded<bool>(false, [&] {
+        HttpTransfer *transfer = current();
+        if (!transfer) return false;
+        const auto name = capi::argument(headerName);
+        const auto value = capi::argument(headerValue);
+        logDebugf("httpTransferAddHeader: headerName=%s, headerValue=%s", orNull(name), orNull(value));
+        if (!name || !value) return false;
+        transfer->setHeaderValue(*value, *name);
+        return true;
+    });
+}
+
+const char *httpSubmitRequest(void) {
+    return capi::guardedOr<const char *>(
+        [] {
+            logDebugf("httpSubmitRequest started");
+            HttpTransfer *transfer = current();
+            if (!transfer) return capi::emptyText();
+            auto response = transfer->submitSynchronousRequest();
+            auto data = response ? response->responseData() : nullptr;
+            if (!data || data->empty()) return capi::emptyText();
+            const auto text = bodyText(data);
+            logDebugf("httpSubmitRequest: data received=%s", orNull(text));
+            return capi::returnText(text);
+        },
+        [](const std::string &description) { return capi::returnText(std::string_view(description)); });
+}
+
+const char *httpTransferStart(void) {
+    return capi::guardedOr<const char *>(
+        [] {
+            logDebugf("httpTransferStart");
+            if (HttpTransfer *transfer = current()) transfer->start();
+            pumpOnce();
+            return capi::emptyText();
+        },
+        [](const std::string &description) -> const char * {
+            if (!description.empty()) {
+                logDebugf("httpTransferStart failed: %s", description.c_str());
+                return capi::returnText(std::string_view(description));
+            }
+            logDebugf("httpTransferStart failed");
+            return "Transfer failed";
+        });
+}
+
+double httpTransferProgress(void) {
+    return capi::guardedOr<double>(
+        [] {
+            if (!current()) return -1.0;
+            pumpOnce();
+            HttpTransfer *transfer = current();
+            if (!transfer) return -1.0;
+            if (transfer->isCompleted()) return 100.0;
+            logDebugf("httpTransferProgress=%lf%%", transfer->percentCompleted());
+            return transfer->percentCompleted();
+        },
+        [](const std::string &description) {
+            logDebugf("httpTransferProgress - exception was thrown=%s", description.c_str());
+            return -1.0;
+        });
+}
+
+const char *httpTransferStatus(void) {
+    return capi::guarded<const char *>(capi::emptyText(), [] {
+        HttpTransfer *transfer = current();
+        if (!transfer) return capi::emptyText();
+        logDebugf("httpTransferStatus=%s", orNull(transfer->statusMessage()));
+        return capi::returnText(transfer->statusMessage());
+    });
+}
+
+bool httpTransferCancel(void) {
+    return capi::guarded<bool>(false, [] {
+        HttpTransfer *transfer = current();
+        if (!transfer) return false;
+        transfer->cancel();
+        return true;
+    });
+}
+
+bool httpTransferIsComplete(void) {
+    return capi::guardedOr<bool>(
+        [] {
+            if (!current()) return true;
+            pumpOnce();
+            HttpTransfer *transfer = current();
+            if (!transfer) return true;
+            const bool complete = transfer->isCompleted();
+            logDebugf("httpTransferIsComplete=%s", yesNo(complete));
+            return complete;
+        },
+        [](const std::string &description) {
+            logDebugf("httpTransferIsComplete - exception was thrown=%s", description.c_str());
+            return true;
+        });
+}
+
+int httpResponseCode(void) {
+    return capi::guarded<int>(-1, [] {
+        if (!current()) return -1;
+        pumpOnce();
+        HttpTransfer *transfer = current();
+        if (!transfer) return -1;
+        const int code = transfer->responseCode();
+        logDebugf("httpResponseCode=%d", code);
+        return code;
+    });
+}
+
+const char *httpTransferResult(void) {
+    return capi::guarded<const char *>(capi::emptyText(), [] {
+        HttpTransfer *transfer = current();
+        if (!transfer) return capi::emptyText();
+        const auto text = bodyText(transfer->responseData());
+        logDebugf("httpTransferResult=%s", orNull(text));
+        return capi::returnText(text);
+    });
+}
+
+const char *httpTransferError(void) {
+    return capi::guarded<const char *>(capi::emptyText(), [] {
+        HttpTransfer *transfer = current();
+        if (!transfer) return capi::emptyText();
+        const auto &error = transfer->error();
+        const std::optional<std::string> text =
+            error ? std::optional<std::string>(error->localizedDescription()) : std::nullopt;
+        logDebugf("httpTransferError=%s", orNull(text));
+        return text ? capi::returnText(std::string_view(*text)) : capi::emptyText();
+    });
+}
+
+void httpTransferRelease(void) { capi::guardedVoid([] { releaseTransfer(); }); }

@@ -1,0 +1,308 @@
+#include "http/VORKHTTPRequest.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include "base/CommCLog.h"
+#include "base/Exception.h"
+#include "base/Format.h"
+#include "http/VORKNetworkingException.h"
+#include "runloop/RunLoop.h"
+#include "util/Base64.h"
+
+namespace vork {
+
+namespace {
+
+constexpr double kSynchronousSlice = 0.03;
+
+bool sameHeaderName(const std::string &a, const std::string &b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+bool nonEmpty(const std::optional<std::string> &text) { return text && !text->empty(); }
+
+}  // namespace
+
+VORKHTTPRequest::VORKHTTPRequest() = default;
+
+VORKHTTPRequest::VORKHTTPRequest(const std::optional<std::string> &url) { setUrl(url); }
+
+VORKHTTPRequest::VORKHTTPRequest(const std::optional<std::string> &url, std::string body) : VORKHTTPRequest(url) {
+    setPostBody(std::move(body));
+}
+
+VORKHTTPRequest::~VORKHTTPRequest() {
+    if (connection_) connection_->cancel();
+}
+
+std::shared_ptr<VORKHTTPRequest> VORKHTTPRequest::requestWithUrl(const std::optional<std::string> &url) {
+    return std::make_shared<VORKHTTPRequest>(url);
+}
+
+std::shared_ptr<VORKHTTPRequest> VORKHTTPRequest::xmlPostRequestWithUrl(const std::optional<std::string> &url,
+                                                                        std::string body) {
+    return std::make_shared<VORKHTTPRequest>(url, std::move(body));
+}
+
+void VORKHTTPRequest::reset() {
+    URLRequestData fresh;
+    fresh.url = urlRequest_.url;
+    urlRequest_ = std::move(fresh);
+}
+
+void VORKHTTPRequest::setPostBody(std::string body) {
+    urlRequest_.method = "POST";
+    urlRequest_.bodyStreamPath.reset();
+    urlRequest_.body = std::make_shared<const std::string>(std::move(body));
+    addHeaderValue("application/xml; charset=utf-8", "Content-Type");
+}
+
+void VORKHTTPRequest::setPostFilePath(const std::string &path) {
+    struct stat st {};
+    const uint64_t size = ::stat(path.c_str(), &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
+    urlRequest_.bodyStreamPath = path;
+    expectedContentLength_ = size;
+    urlRequest_.method = "POST";
+    urlRequest_.body.reset();
+    // The raw file bytes under a multipart type, without any multipart
+    // framing: the receiving server expects exactly this.
+    addHeaderValue("multipart/form-data; charset=utf-8", "Content-Type");
+    addHeaderValue(stringf("%llu", static_cast<unsigned long long>(size)), "Content-Length");
+}
+
+void VORKHTTPRequest::addHeaderValue(const std::string &value, const std::string &name) {
+    for (auto &header : urlRequest_.headers) {
+        if (sameHeaderName(header.first, name)) {
+            header.second = value;
+            return;
+        }
+    }
+    urlRequest_.headers.emplace_back(name, value);
+}
+
+std::map<std::string, std::string> VORKHTTPRequest::headerValues() const {
+    return {urlRequest_.headers.begin(), urlRequest_.headers.end()};
+}
+
+// --- Submission ---
+
+void VORKHTTPRequest::prepareForRequest() {
+    if (nonEmpty(username_) && password_) {
+        const std::string pair = stringf("%s:%s", username_->c_str(), password_->c_str());
+        addHeaderValue(stringf("Basic %s", util::base64EncodedString(pair).c_str()), "Authorization");
+    }
+    if (resumeFromLocation_ != 0)
+        addHeaderValue(stringf("bytes=%lld-", static_cast<long long>(resumeFromLocation_)), "Range");
+    if (timeout_ > 0) urlRequest_.timeoutInterval = timeout_;
+    URLRequestTrust::setAllowInvalidCert(allowInvalidCert_);
+
+    error_.reset();
+    errored_ = false;
+    isCompleted_ = false;
+    httpResponse_ = std::make_shared<VORKHTTPResponse>();
+
+    if (nonEmpty(downloadFilePath_)) {
+        initializeOutputFile();
+        if (responseData_) responseData_ = std::make_shared<std::string>();
+    } else {
+        // A fresh buffer, so a response handed out earlier keeps its body.
+        responseData_ = std::make_shared<std::string>();
+    }
+    initializeConnection();
+    currentUploadBytes_ = 0;
+    lastUploadBytes_ = 0;
+    uploadWrapQty_ = 0;
+}
+
+void VORKHTTPRequest::initializeConnection() {
+    if (connection_) {
+        connection_->cancel();
+        connection_.reset();
+    }
+    http::ConnectionRequest request;
+    request.url = urlRequest_.url.value_or("");
+    request.method = urlRequest_.method;
+    request.headers = urlRequest_.headers;
+    request.body = urlRequest_.body;
+    request.bodyFilePath = urlRequest_.bodyStreamPath;
+    request.timeout = urlRequest_.timeoutInterval;
+    // Server trust: any certificate passes while the process-wide switch is
+    // on, or when this request allows it.
+    request.allowInvalidCert = URLRequestTrust::allowInvalidCert() || allowInvalidCert_;
+    if (canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPDigest)) {
+        request.username = username_;
+        request.password = password_;
+    }
+    if (canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate)) {
+        // libcurl needs the identity before the handshake, so it is asked for
+        // up front instead of when the server asks.
+        if (auto credential = credentialForCertFile(); credential && credential->identity)
+            request.clientIdentity = credential->identity;
+    }
+    request.outputFile = fileHandle_;
+    request.resumeOffset = resumeFromLocation_;
+    connection_ = http::Connection::start(std::move(request), this);
+}
+
+void VORKHTTPRequest::initializeOutputFile() {
+    namespace fs = std::filesystem;
+    const std::string path = downloadFilePath_.value_or("");
+    std::error_code ec;
+    if (resumeFromLocation_ == 0) fs::remove(path, ec);
+    if (!fs::exists(path, ec)) {
+        const fs::path parent = fs::path(path).parent_path();
+        if (!parent.empty() && !fs::exists(parent, ec)) fs::create_directories(parent, ec);
+        int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        if (fd >= 0) ::close(fd);
+    }
+    int fd = path.empty() ? -1 : ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (fd < 0) throw Exception("URL Download Error", stringf("Unable to initialize output file %s", path.c_str()));
+    fileHandle_ = std::make_shared<http::OutputFile>(path, fd);
+}
+
+void VORKHTTPRequest::writeToOutputFile(std::string_view bytes) {
+    if (fileHandle_ && !fileHandle_->append(bytes.data(), bytes.size()))
+        logDebugf("VORKHTTPRequest writeToOutputFile failed: %s", fileHandle_->path().c_str());
+}
+
+void VORKHTTPRequest::waitUntilCompleted() {
+    std::shared_ptr<RunLoop> loop = RunLoop::current();
+    while (!isCompleted_) loop->runOnce(RunLoop::Seconds(kSynchronousSlice));
+}
+
+std::shared_ptr<VORKHTTPResponse> VORKHTTPRequest::submitRequestWithout416Check() {
+    prepareForRequest();
+    waitUntilCompleted();
+    if (error_) {
+        const std::string reason = error_->localizedDescription();
+        if (error_->code() == 416) throw VORKNetworkingExceptionRangeNotSatisfiable(reason);
+        throw VORKNetworkingException(reason);
+    }
+    return httpResponse_;
+}
+
+std::shared_ptr<VORKHTTPResponse> VORKHTTPRequest::submitRequest() {
+    try {
+        return submitRequestWithout416Check();
+    } catch (const VORKNetworkingExceptionRangeNotSatisfiable &) {
+        if (!nonEmpty(downloadFilePath_)) throw;
+        resumeFromLocation_ = 0;
+        std::error_code ec;
+        std::filesystem::remove(*downloadFilePath_, ec);
+        reset();
+    }
+    return submitRequestWithout416Check();
+}
+
+void VORKHTTPRequest::asyncSubmitRequest() { prepareForRequest(); }
+
+// --- Authentication ---
+
+bool VORKHTTPRequest::canAuthenticateAgainstProtectionSpace(AuthenticationMethod method) const {
+    if (method == AuthenticationMethod::ServerTrust) return true;
+    const bool haveCredentials = nonEmpty(username_) && password_.has_value();
+    if (method == AuthenticationMethod::HTTPBasic && haveCredentials) return true;
+    if (method == AuthenticationMethod::HTTPDigest && haveCredentials) return true;
+    if (!nonEmpty(zelAddressForCredential_)) return false;
+    return method == AuthenticationMethod::ClientCertificate;
+}
+
+std::optional<URLCredential> VORKHTTPRequest::credentialForCertFile() {
+    if (!nonEmpty(zelAddressForCredential_) || !notifyObject_) return std::nullopt;
+    return notifyObject_->credentialNeededForServerRequest(*this, *zelAddressForCredential_);
+}
+
+// --- Connection reports ---
+
+void VORKHTTPRequest::connectionDidReceiveResponse(int statusCode, int64_t expectedContentLength) {
+    httpResponse_->setResponseCode(statusCode);
+    if (statusCode != 200 && statusCode != 206) {
+        connectionDidFailWithError(URLError("", statusCode));
+        return;
+    }
+    if (statusCode == 200 && resumeFromLocation_ >= 1) {
+        // The server ignored the range: the body starts again at byte 0.
+        resumeFromLocation_ = 0;
+        if (nonEmpty(downloadFilePath_)) {
+            try {
+                initializeOutputFile();
+            } catch (const Exception &e) {
+                logDebugf("VORKHTTPRequest %s", e.reason().c_str());
+            }
+        } else if (responseData_) {
+            responseData_->clear();
+        }
+    }
+    expectedContentLength_ = static_cast<uint64_t>(expectedContentLength + resumeFromLocation_);
+    currentDownloadedBytes_ = static_cast<uint64_t>(resumeFromLocation_);
+}
+
+void VORKHTTPRequest::connectionDidReceiveData(std::string_view bytes, uint64_t length) {
+    if (fileHandle_) {
+        if (!bytes.empty()) writeToOutputFile(bytes);
+    } else {
+        if (!responseData_) responseData_ = std::make_shared<std::string>();
+        responseData_->append(bytes);
+    }
+    currentDownloadedBytes_ += length;
+    if (notifyObject_ && notifyProgress_ && expectedContentLength_ != 0) {
+        notifyObject_->notifyProgress(
+            *this, static_cast<double>(currentDownloadedBytes_) / static_cast<double>(expectedContentLength_) * 100.0);
+    }
+}
+
+void VORKHTTPRequest::connectionDidSendBodyData(int32_t, int32_t totalBytesWritten, int32_t totalBytesExpectedToWrite) {
+    // The platform's running total is a 32-bit figure that wraps on large
+    // files; each wrap is counted and weighted with 4294967295.
+    const auto total = static_cast<uint32_t>(totalBytesWritten);
+    if (lastUploadBytes_ > total) ++uploadWrapQty_;
+    lastUploadBytes_ = total;
+    currentUploadBytes_ = static_cast<uint64_t>(uploadWrapQty_) * 4294967295ULL + total;
+    const uint64_t denominator =
+        std::max<uint64_t>(expectedContentLength_, static_cast<uint32_t>(totalBytesExpectedToWrite));
+    if (notifyObject_ && notifyProgress_ && denominator != 0) {
+        notifyObject_->notifyProgress(
+            *this, static_cast<double>(currentUploadBytes_) / static_cast<double>(denominator) * 100.0);
+    }
+}
+
+void VORKHTTPRequest::recordResult() {
+    httpResponse_->setBytesDownloaded(currentDownloadedBytes_);
+    httpResponse_->setBytesUploaded(urlRequest_.body ? urlRequest_.body->size() : 0);
+    httpResponse_->setResponseData(responseData_);
+}
+
+void VORKHTTPRequest::connectionDidFailWithError(const URLError &error) {
+    if (nonEmpty(downloadFilePath_)) {
+        // A failed download leaves no empty file behind.
+        struct stat st {};
+        if (::stat(downloadFilePath_->c_str(), &st) == 0 && st.st_size == 0) ::unlink(downloadFilePath_->c_str());
+    }
+    recordResult();
+    auto info = error.userInfo();
+    info[kLocalizedDescriptionKey] = stringf("Connection failure: \"%s\"", error.localizedDescription().c_str());
+    error_ = URLError(error.domain(), error.code(), std::move(info));
+    errored_ = true;
+    if (error.code() == kURLErrorServerCertificateUntrusted) httpResponse_->setResponseCode(403);
+    completed();
+}
+
+void VORKHTTPRequest::connectionDidFinishLoading() {
+    recordResult();
+    completed();
+}
+
+void VORKHTTPRequest::completed() {
+    isCompleted_ = true;
+    if (notifyObject_ && notifyCompleted_) notifyObject_->notifyCompleted(*this);
+}
+
+}  // namespace vork
