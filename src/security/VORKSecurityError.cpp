@@ -1,0 +1,20 @@
+#include "security/VORKSecurityError.h"
+
+#include <cstring>
+
+const char *const VORKSecurityErrorDomain = "com.vork.security.error";
+
+namespace vork {
+
+DomainError VORKSecurityError::errorWithCode(long code, std::string description) {
+    return DomainError{VORKSecurityErrorDomain, code, std::move(description)};
+}
+
+DomainError VORKSecurityError::errorFromErrno(int errnum) {
+    char buffer[256];
+    // GNU strerror_r answers a pointer that may or may not be the buffer.
+    const char *text = strerror_r(errnum, buffer, sizeof buffer);
+    return DomainError{kPosixErrorDomain, errnum, text ? text : ""};
+}
+
+}  // namespace vork
