@@ -29,6 +29,7 @@ from urllib.parse import unquote, urlsplit
 
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
+sys.dont_write_bytecode = True  # leave the source tree as it is
 
 try:
     from lxml import etree  # noqa: F401  (checked here so the failure is clear)
