@@ -598,10 +598,10 @@ def _parse_range(header, size):
     """(start, end) for one satisfiable byte range, "unsatisfiable", or None to send it all."""
     if not header:
         return None
-    unit, _, spec = header.strip().partition("=")
-    if unit.strip().lower() != "bytes" or "," in spec:
+    unit, _, ranges = header.strip().partition("=")
+    if unit.strip().lower() != "bytes" or "," in ranges:
         return None
-    first, dash, last = spec.strip().partition("-")
+    first, dash, last = ranges.strip().partition("-")
     if not dash:
         return None
     try:

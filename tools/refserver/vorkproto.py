@@ -373,8 +373,8 @@ class Mapped:
         return el
 
     def write_fields(self, el, values):
-        for spec in self.fields:
-            name, kind = spec[0], spec[1]
+        for entry in self.fields:
+            name, kind = entry[0], entry[1]
             value = values.get(name)
             if value is None and kind not in ("int", "flag"):
                 continue
@@ -389,14 +389,14 @@ class Mapped:
                 raw = value.encode("utf-8") if isinstance(value, str) else bytes(value)
                 child.text = base64.b64encode(raw).decode("ascii")
             elif kind == "object":
-                spec[2].write_fields(child, value)
+                entry[2].write_fields(child, value)
             elif kind == "array":
                 for item in value:
-                    item_el = etree.SubElement(child, q(spec[2].alias))
-                    spec[2].write_fields(item_el, item)
+                    item_el = etree.SubElement(child, q(entry[2].alias))
+                    entry[2].write_fields(item_el, item)
             elif kind == "strings":
                 for item in value:
-                    etree.SubElement(child, q(spec[2])).text = str(item)
+                    etree.SubElement(child, q(entry[2])).text = str(item)
             else:
                 raise ValueError(f"unknown field kind {kind}")
 
