@@ -1,0 +1,57 @@
+#include "message/VCCDevice.h"
+
+#include "sysinfo/VORKHardwareIdentification.h"
+#include "util/Strings.h"
+#include "xml/XmlNodeExtension.h"
+
+namespace vork {
+
+void VCCDevice::saveToXmlNode(xml::XmlNode &parent) {
+    retrieveMissingDeviceInfo();
+    xml::XmlNode device = elementWithName("device");
+    parent.addChild(device);
+    device.addChild(elementWithName("uuid", uuid_));
+    xml::XmlNode list = elementWithName("macAddresses");
+    device.addChild(list);
+    if (!macAddresses_) return;
+    for (const VCCMacAddress &mac : *macAddresses_) {
+        xml::XmlNode element = elementWithName("macAddress", mac.address());
+        list.addChild(element);
+        element.addAttribute("bsdName", mac.bsdName().value_or(""));
+    }
+}
+
+void VCCDevice::loadFromXmlNode(const xml::XmlNode &deviceElement) {
+    if (!deviceElement) return;
+    uuid_ = xml::firstStringValueForXPath(deviceElement, "uuid");
+    if (xml::XmlNode list = xml::firstNodeForXPath(deviceElement, "macAddresses")) loadMacAddresses(list);
+}
+
+void VCCDevice::loadMacAddresses(const xml::XmlNode &macAddressesElement) {
+    std::vector<VCCMacAddress> addresses;
+    for (const xml::XmlNode &mac : macAddressesElement.evaluate("macAddress"))
+        addresses.emplace_back(mac.attribute("bsdName"), mac.stringValue());
+    macAddresses_ = std::move(addresses);
+}
+
+void VCCDevice::retrieveMissingDeviceInfo() {
+    if (util::isEmptyAfterStrip(uuid_)) uuid_ = VORKHardwareIdentification::getHardwareUUID();
+    if (!macAddresses_) retrieveMacAddresses();
+}
+
+void VCCDevice::retrieveHardwareIdentification() {
+    uuid_ = VORKHardwareIdentification::getHardwareUUID();
+    retrieveMacAddresses();
+}
+
+void VCCDevice::retrieveMacAddresses() {
+    std::vector<VCCMacAddress> addresses;
+    for (const auto &[name, address] : VORKHardwareIdentification::getAllMacAddresses()) {
+        if (name.rfind("en", 0) != 0) continue;
+        std::string trimmed = util::trim(address);
+        if (!trimmed.empty()) addresses.emplace_back(name, trimmed);
+    }
+    macAddresses_ = std::move(addresses);
+}
+
+}  // namespace vork

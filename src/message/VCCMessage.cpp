@@ -1,0 +1,71 @@
+#include "message/VCCMessage.h"
+
+#include "base/Format.h"
+#include "message/Constants.h"
+#include "message/XmlCharacterFilter.h"
+#include "xml/XmlNodeExtension.h"
+
+namespace vork {
+
+VCCMessage::VCCMessage() : messageTimestamp_(dateNow()) {}
+
+std::shared_ptr<VCCMessage> VCCMessage::messageWithType(const std::string &commandType) {
+    return messageWithType(commandType, std::monostate{});
+}
+
+std::shared_ptr<VCCMessage> VCCMessage::messageWithType(const std::string &commandType, CommandData commandData) {
+    auto message = std::make_shared<VCCMessage>();
+    auto content = std::make_shared<VCCMessageContent>();
+    content->setCommandType(commandType);
+    if (!std::holds_alternative<std::monostate>(commandData)) content->setCommandData(std::move(commandData));
+    message->addContent(std::move(content));
+    return message;
+}
+
+void VCCMessage::addContent(std::shared_ptr<VCCMessageContent> content) {
+    if (content) contents_.push_back(std::move(content));
+}
+
+void VCCMessage::addSchemaToElement(xml::XmlNode &root) {
+    root.addNamespace("ns2", kVorkMessageNamespace);
+    root.addNamespace("xsi", kXmlSchemaInstanceNamespace);
+    root.addAttribute("xsi:schemaLocation",
+                      stringf("%s ../src/main/resources/schema/VORKCommunicationSchema.xsd", kVorkMessageNamespace));
+}
+
+xml::XmlDocument VCCMessage::saveToXmlDocument() {
+    xml::XmlDocument document = xml::XmlDocument::create();
+    xml::XmlNode root = elementWithName("ns2:vorkMessage");
+    addSchemaToElement(root);
+    document.setRootElement(root);
+    device_.saveToXmlNode(root);
+    root.addChild(elementWithName("application", application_));
+    root.addChild(elementWithName("messageTimestamp", javaEpochString(messageTimestamp_)));
+    for (const auto &content : contents_) content->saveToXmlNode(root);
+    return document;
+}
+
+std::optional<std::string> VCCMessage::saveToXmlData() {
+    return dataByRemovingInvalidXmlCharacters(saveToXmlDocument().xmlData());
+}
+
+std::optional<std::string> VCCMessage::dataByRemovingInvalidXmlCharacters(std::string_view bytes) {
+    return removeInvalidXmlCharacters(bytes);
+}
+
+void VCCMessage::loadFromXmlData(std::string_view bytes) {
+    xml::XmlDocument document = xml::XmlDocument::parse(bytes);
+    xml::XmlNode root = document.rootElement();
+    if (!root) return;
+    device_.loadFromXmlNode(xml::firstNodeForXPath(root, "device"));
+    application_ = xml::firstStringValueForXPath(root, "application");
+    messageTimestamp_ = dateWithJavaEpochString(xml::firstStringValueForXPath(root, "messageTimestamp"));
+    for (const xml::XmlNode &element : root.evaluate("content")) {
+        auto content = std::make_shared<VCCMessageContent>();
+        content->setCommandDataClass(commandDataClass_);
+        content->loadFromXmlNode(element);
+        contents_.push_back(std::move(content));
+    }
+}
+
+}  // namespace vork

@@ -1,0 +1,334 @@
+#include "message/VCCMessageContent.h"
+
+#include <cxxabi.h>
+
+#include <charconv>
+#include <cstdlib>
+
+#include "base/Exception.h"
+#include "base/Format.h"
+#include "message/JavaDate.h"
+#include "message/Uuid.h"
+#include "util/Base64.h"
+#include "xml/TextScalars.h"
+#include "xml/XmlNodeExtension.h"
+
+namespace vork {
+
+namespace {
+
+// Type names the field order may give for list items besides the
+// registered classes.
+constexpr const char kTextClass[] = "NSString";
+constexpr const char kMutableTextClass[] = "NSMutableString";
+constexpr const char kNumberClass[] = "NSNumber";
+// The concrete class of plain text objects, whose element name is "".
+constexpr const char kPlainTextClass[] = "__NSCFString";
+
+const ControlFields kNoControlFields;
+
+// The declaration that applies to the object: its own class's, or none for
+// an object of a subclass that declares nothing itself.
+const MappedClass *declaredClass(const MappedObject &object) {
+    const MappedClass &cls = object.mappedClass();
+    return cls.isClassOf(object) ? &cls : nullptr;
+}
+
+const ControlFields &controlsOf(const MappedObject &object) {
+    return declaredClass(object) ? object.controlFields() : kNoControlFields;
+}
+
+// The C++ class name without namespaces, for classes that declare no type
+// name of their own.
+std::string dynamicTypeName(const MappedObject &object) {
+    const char *mangled = typeid(object).name();
+    int status = 0;
+    char *demangled = abi::__cxa_demangle(mangled, nullptr, nullptr, &status);
+    std::string name = (status == 0 && demangled) ? demangled : mangled;
+    std::free(demangled);
+    size_t template_ = name.find('<');
+    size_t scope = name.rfind("::", template_);
+    if (scope != std::string::npos) name = name.substr(scope + 2);
+    return name;
+}
+
+std::string typeNameOf(const MappedObject &object) {
+    const MappedClass *cls = declaredClass(object);
+    return cls ? cls->typeName() : dynamicTypeName(object);
+}
+
+std::string decimal(double value) {
+    char buffer[64];
+    auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, result.ptr);
+}
+
+std::string nodeNameOf(const xml::XmlNode &node) {
+    std::string name = node.name();
+    return name.empty() ? "(null)" : name;
+}
+
+void saveList(const ListValue &items, xml::XmlNode &listElement) {
+    for (const ListItem &item : items) {
+        if (std::holds_alternative<std::string>(item)) {
+            // Plain text has the name "" and no fields: nothing to write.
+            continue;
+        }
+        if (std::holds_alternative<NumberObject>(item)) {
+            listElement.addChild(VCCNode::elementWithName("ns2:" + VCCMessageContent::nodeNameFromClass(kNumberClass)));
+            continue;
+        }
+        const auto &object = std::get<std::shared_ptr<MappedObject>>(item);
+        if (!object) continue;
+        std::string name = VCCMessageContent::nodeNameFromObject(*object);
+        if (name.empty()) {
+            VCCMessageContent::saveCommandDataObject(*object, listElement);
+            continue;
+        }
+        xml::XmlNode element = VCCNode::elementWithName("ns2:" + name);
+        listElement.addChild(element);
+        VCCMessageContent::addAttributeToNode(element, *object);
+        VCCMessageContent::saveCommandDataObject(*object, element);
+    }
+}
+
+ListValue loadList(const std::string &itemClass, const xml::XmlNode &listElement) {
+    ListValue items;
+    // Every child counts as an item, whatever its name or kind.
+    for (const xml::XmlNode &child : listElement.children()) {
+        if (itemClass == kTextClass) {
+            items.emplace_back(child.stringValue().value_or(""));
+        } else if (itemClass == kMutableTextClass) {
+            // A new mutable text has no mapping: nothing is read into it.
+            items.emplace_back(std::string());
+        } else if (itemClass == kNumberClass) {
+            // The child's text is not read: the number stays zero.
+            items.emplace_back(NumberObject{});
+        } else {
+            std::shared_ptr<MappedObject> object = createMappedObject(itemClass);
+            if (!object) {
+                throw Exception("The array content class in _xmlFieldOrder could not be created.",
+                                stringf("The array content class %s in _xmlFieldOrder for node %s could not be created.",
+                                        itemClass.c_str(), nodeNameOf(child).c_str()));
+            }
+            VCCMessageContent::loadCommandDataObject(*object, child);
+            items.emplace_back(std::move(object));
+        }
+    }
+    return items;
+}
+
+}  // namespace
+
+VCCMessageContent::VCCMessageContent() : uuid_(newUuidString()), status_(std::make_shared<VCCStatus>()) {}
+
+// --- Names and control fields
+
+std::string VCCMessageContent::nodeNameFromObject(const MappedObject &object) {
+    const ControlFields &controls = controlsOf(object);
+    if (controls.classAlias) return *controls.classAlias;
+    return nodeNameFromClass(typeNameOf(object));
+}
+
+std::string VCCMessageContent::nodeNameFromClass(std::string_view typeName) {
+    if (typeName == kPlainTextClass) return {};
+    std::string name(typeName);
+    // Only the first occurrence counts: "FooRequestRequest" keeps its name.
+    size_t request = name.find("Request");
+    size_t response = name.find("Response");
+    if (request != std::string::npos && request + 7 == name.size()) name.erase(request);
+    else if (response != std::string::npos && response + 8 == name.size()) name.erase(response);
+    if (!name.empty() && name[0] >= 'A' && name[0] <= 'Z') name[0] = static_cast<char>(name[0] - 'A' + 'a');
+    return name;
+}
+
+ControlFields VCCMessageContent::xmlControlFieldsInObject(const MappedObject &object) { return controlsOf(object); }
+
+void VCCMessageContent::addAttributeToNode(xml::XmlNode &node, const MappedObject &object) {
+    const ControlFields &controls = controlsOf(object);
+    if (controls.classTypeAttr && !controls.classTypeAttr->empty()) node.addAttribute("xsi:type", *controls.classTypeAttr);
+}
+
+std::string VCCMessageContent::stripNamespace(std::string_view name) {
+    size_t colon = name.find(':');
+    if (colon == std::string_view::npos) return std::string(name);
+    std::string_view rest = name.substr(colon + 1);
+    return std::string(rest.substr(0, rest.find(':')));
+}
+
+// --- Writing
+
+void VCCMessageContent::saveToXmlNode(xml::XmlNode &parent) const {
+    if (auto *raw = std::get_if<xml::XmlNode>(&commandData_); raw && raw->kind() == xml::NodeKind::Element) {
+        // Pre-built content goes out as it stands.
+        parent.addChild(raw->deepCopy());
+        return;
+    }
+    xml::XmlNode content = elementWithName("content");
+    parent.addChild(content);
+    content.addAttribute("xsi:type", "ns2:RequestContent");
+    content.addChild(elementWithName("uuid", uuid_));
+    content.addChild(elementWithName("commandType", commandType_));
+    if (status_) {
+        // A request's status carries its code and the time of writing.
+        xml::XmlNode status = elementWithName("status");
+        content.addChild(status);
+        status.addChild(elementWithName("code", stringf("%ld", static_cast<long>(status_->code()))));
+        status.addChild(elementWithName("timestamp", javaEpochString(dateNow())));
+    }
+    saveCommandDataToXmlNode(content);
+}
+
+void VCCMessageContent::saveCommandDataToXmlNode(xml::XmlNode &contentElement) const {
+    if (auto *raw = std::get_if<xml::XmlNode>(&commandData_)) {
+        if (raw->kind() != xml::NodeKind::Element) return;
+        xml::XmlNode commandData = elementWithName("commandData");
+        contentElement.addChild(commandData);
+        commandData.addChild(raw->deepCopy());
+        return;
+    }
+    if (std::holds_alternative<std::string>(commandData_)) {
+        // Plain text has no element name and no fields.
+        contentElement.addChild(elementWithName("commandData"));
+        return;
+    }
+    auto *object = std::get_if<std::shared_ptr<MappedObject>>(&commandData_);
+    if (!object || !*object) return;
+    xml::XmlNode commandData = elementWithName("commandData");
+    contentElement.addChild(commandData);
+    std::string name = nodeNameFromObject(**object);
+    if (name.empty()) {
+        saveCommandDataObject(**object, commandData);
+        return;
+    }
+    xml::XmlNode element = elementWithName(name);
+    commandData.addChild(element);
+    addAttributeToNode(element, **object);
+    saveCommandDataObject(**object, element);
+}
+
+void VCCMessageContent::saveCommandDataObject(const MappedObject &object, xml::XmlNode &element) {
+    const MappedClass *cls = declaredClass(object);
+    const ControlFields &controls = controlsOf(object);
+    if (!cls || !controls.fieldOrder) return;
+    for (const std::string &text : *controls.fieldOrder) {
+        FieldEntry entry = FieldEntry::parse(text);
+        const FieldDescriptor *field = cls->field(entry.fieldName);
+        if (!field) continue;
+        FieldValue value = field->get(object);
+        if (std::holds_alternative<std::monostate>(value)) continue;
+        saveProperty(*field, value, element, stringf("ns2:%s", entry.xmlName.c_str()));
+    }
+}
+
+void VCCMessageContent::saveProperty(const FieldDescriptor &field, const FieldValue &value, xml::XmlNode &parent,
+                                     const std::string &tagName) {
+    struct Writer {
+        xml::XmlNode &parent;
+        const std::string &tag;
+        void operator()(std::monostate) const {}
+        void operator()(const std::string &text) const { parent.addChild(elementWithName(tag, text)); }
+        void operator()(int64_t number) const {
+            parent.addChild(elementWithName(tag, stringf("%lld", static_cast<long long>(number))));
+        }
+        void operator()(double number) const { parent.addChild(elementWithName(tag, decimal(number))); }
+        void operator()(bool flag) const { parent.addChild(elementWithName(tag, std::string(flag ? "1" : "0"))); }
+        void operator()(const Bytes &data) const {
+            parent.addChild(elementWithName(tag, util::base64EncodedString(data.data(), data.size())));
+        }
+        void operator()(const std::shared_ptr<MappedObject> &object) const {
+            if (!object) return;
+            // A nested object gets no "xsi:type".
+            xml::XmlNode element = elementWithName(tag);
+            parent.addChild(element);
+            saveCommandDataObject(*object, element);
+        }
+        // Number and dictionary objects have no fields: empty elements.
+        void operator()(const NumberObject &) const { parent.addChild(elementWithName(tag)); }
+        void operator()(const Dictionary &) const { parent.addChild(elementWithName(tag)); }
+        void operator()(const ListValue &items) const {
+            xml::XmlNode list = elementWithName(tag);
+            parent.addChild(list);
+            saveList(items, list);
+        }
+    };
+    (void)field;
+    std::visit(Writer{parent, tagName}, value);
+}
+
+// --- Reading
+
+void VCCMessageContent::loadFromXmlNode(const xml::XmlNode &contentElement) {
+    uuid_ = xml::firstStringValueForXPath(contentElement, "uuid");
+    commandType_ = xml::firstStringValueForXPath(contentElement, "commandType");
+    status_ = std::make_shared<VCCStatus>();
+    status_->loadFromXmlNode(xml::firstNodeForXPath(contentElement, "status"));
+    loadCommandDataFromXmlNode(contentElement);
+}
+
+void VCCMessageContent::loadCommandDataFromXmlNode(const xml::XmlNode &contentElement) {
+    if (!commandDataClass_) {
+        // Without a class the caller reads the raw content element.
+        commandData_ = contentElement;
+        return;
+    }
+    std::shared_ptr<MappedObject> object = commandDataClass_->create();
+    commandData_ = object;
+    if (!object) return;
+    xml::XmlNode commandData = xml::firstNodeForXPath(contentElement, "commandData");
+    if (!commandData) return;
+    loadCommandDataObject(*object, xml::firstNodeForXPath(commandData, nodeNameFromObject(*object)));
+}
+
+void VCCMessageContent::loadCommandDataObject(MappedObject &object, const xml::XmlNode &element) {
+    if (!element) return;
+    const MappedClass *cls = declaredClass(object);
+    const ControlFields &controls = controlsOf(object);
+    if (!cls || !controls.fieldOrder) return;
+    for (const std::string &text : *controls.fieldOrder) {
+        FieldEntry entry = FieldEntry::parse(text);
+        const FieldDescriptor *field = cls->field(entry.fieldName);
+        if (!field) continue;
+        loadPropertyTag(entry.xmlName, *field, element, object, entry.elementClass);
+    }
+}
+
+void VCCMessageContent::loadPropertyTag(const std::string &tagName, const FieldDescriptor &field,
+                                        const xml::XmlNode &element, MappedObject &object,
+                                        const std::optional<std::string> &arrayContentClass) {
+    xml::XmlNode child = xml::firstNodeForXPath(element, stringf("*[local-name() = '%s']", tagName.c_str()));
+    if (!child) return;
+    auto text = [&child] { return child.stringValue().value_or(""); };
+    switch (field.kind) {
+        case FieldKind::List:
+            if (!arrayContentClass) {
+                throw Exception("Array Content Class not in _xmlFieldOrder",
+                                "Array fields in _xmlFieldOrder need to be followed with :className");
+            }
+            if (field.prepareElementClass) field.prepareElementClass();
+            field.set(object, loadList(*arrayContentClass, child));
+            return;
+        case FieldKind::Data: field.set(object, util::dataFromBase64String(text())); return;
+        // Nested objects: a new one goes into the field first, then is
+        // filled. Mutable text and data, numbers and dictionaries have no
+        // mapping and so stay empty.
+        case FieldKind::MutableText: field.set(object, std::string()); return;
+        case FieldKind::MutableData: field.set(object, Bytes()); return;
+        case FieldKind::Number: field.set(object, NumberObject{}); return;
+        case FieldKind::Dictionary: field.set(object, Dictionary()); return;
+        case FieldKind::Object: {
+            if (!field.makeObject) return;
+            std::shared_ptr<MappedObject> nested = field.makeObject();
+            if (!nested) return;
+            field.set(object, nested);
+            loadCommandDataObject(*nested, child);
+            return;
+        }
+        case FieldKind::Flag: field.set(object, xml::leadingFlag(text())); return;
+        case FieldKind::Integer: field.set(object, xml::leadingInteger(text())); return;
+        case FieldKind::Real: field.set(object, xml::leadingDouble(text())); return;
+        case FieldKind::Text: field.set(object, text()); return;
+    }
+}
+
+}  // namespace vork
