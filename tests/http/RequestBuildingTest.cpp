@@ -1,0 +1,140 @@
+// Request building, the authentication rules, the upload counter and the
+// response record: no server needed.
+#include <gtest/gtest.h>
+
+#include "http/URLError.h"
+#include "http/VORKHTTPRequest.h"
+#include "http/VORKHTTPResponse.h"
+
+namespace vork {
+namespace {
+
+TEST(HttpResponse, TotalBytesAddsUploadedAndDownloaded) {
+    VORKHTTPResponse response;
+    EXPECT_EQ(response.totalBytes(), 0u);
+    EXPECT_EQ(response.responseCode(), 0);
+    EXPECT_EQ(response.responseData(), nullptr);
+    response.setBytesUploaded(10);
+    response.setBytesDownloaded(5);
+    EXPECT_EQ(response.totalBytes(), 15u);
+}
+
+TEST(RequestBuilding, XmlBodySetsMethodAndType) {
+    VORKHTTPRequest request(std::string("http://127.0.0.1:1/"), "<a/>");
+    EXPECT_EQ(request.method(), "POST");
+    EXPECT_EQ(request.headerValues().at("Content-Type"), "application/xml; charset=utf-8");
+    EXPECT_EQ(*request.postBody(), "<a/>");
+    EXPECT_DOUBLE_EQ(request.timeout(), 60.0);
+}
+
+TEST(RequestBuilding, HeadersReplaceWithoutRegardToCase) {
+    VORKHTTPRequest request(std::string("http://127.0.0.1:1/"), "<a/>");
+    request.addHeaderValue("text/plain", "content-type");
+    auto headers = request.headerValues();
+    EXPECT_EQ(headers.size(), 1u);
+    EXPECT_EQ(headers.begin()->second, "text/plain");
+}
+
+TEST(RequestBuilding, ResetKeepsOnlyTheUrl) {
+    VORKHTTPRequest request(std::string("http://127.0.0.1:1/x"), "<a/>");
+    request.addHeaderValue("1", "X-One");
+    request.reset();
+    EXPECT_EQ(request.url(), "http://127.0.0.1:1/x");
+    EXPECT_EQ(request.method(), "GET");
+    EXPECT_TRUE(request.headerValues().empty());
+    EXPECT_EQ(request.postBody(), nullptr);
+}
+
+TEST(RequestAuthentication, RulesFollowCredentialsAndServerAddress) {
+    VORKHTTPRequest request;
+    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ServerTrust));
+    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPBasic));
+    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate));
+    request.setUsername("u");
+    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPDigest));
+    request.setPassword("");
+    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPBasic));
+    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPDigest));
+    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::Default));
+    request.setZelAddressForCredential("https://zel/");
+    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate));
+    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::Other));
+}
+
+TEST(RequestAuthentication, NoIdentityIsAskedWithoutServerAddress) {
+    struct Asker : VORKHTTPRequestDelegate {
+        int asked = 0;
+        std::optional<URLCredential> credentialNeededForServerRequest(VORKHTTPRequest &, const std::string &) override {
+            ++asked;
+            return URLCredential::withIdentity({"cert", "key"});
+        }
+    } asker;
+    VORKHTTPRequest request;
+    request.setNotifyObject(&asker);
+    EXPECT_FALSE(request.credentialForCertFile());
+    request.setZelAddressForCredential("https://zel/");
+    auto credential = request.credentialForCertFile();
+    ASSERT_TRUE(credential && credential->identity);
+    EXPECT_EQ(credential->identity->certificatePem, "cert");
+    EXPECT_EQ(asker.asked, 1);
+}
+
+TEST(UploadCounter, EachWrapOfThe32BitTotalCountsWith4294967295) {
+    struct Progress : VORKHTTPRequestDelegate {
+        double last = -1;
+        void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
+    } progress;
+    VORKHTTPRequest request;
+    request.setNotifyObject(&progress);
+    request.setNotifyProgress(true);
+    const uint64_t size = 10000000000ULL;  // 10 GB
+    request.setExpectedContentLength(size);
+    request.connectionDidSendBodyData(0, static_cast<int32_t>(4000000000u), -1);
+    EXPECT_EQ(request.currentUploadBytes(), 4000000000u);
+    request.connectionDidSendBodyData(0, 100, -1);
+    EXPECT_EQ(request.currentUploadBytes(), 4294967295ULL + 100);
+    request.connectionDidSendBodyData(0, 5000, -1);
+    EXPECT_EQ(request.currentUploadBytes(), 4294967295ULL + 5000);
+    request.connectionDidSendBodyData(0, 7, -1);
+    EXPECT_EQ(request.currentUploadBytes(), 2 * 4294967295ULL + 7);
+    EXPECT_DOUBLE_EQ(progress.last, static_cast<double>(2 * 4294967295ULL + 7) / static_cast<double>(size) * 100.0);
+}
+
+TEST(UploadCounter, DenominatorIsTheLargerExpectedFigure) {
+    struct Progress : VORKHTTPRequestDelegate {
+        double last = -1;
+        void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
+    } progress;
+    VORKHTTPRequest request;
+    request.setNotifyObject(&progress);
+    request.setNotifyProgress(true);
+    request.connectionDidSendBodyData(50, 50, 200);
+    EXPECT_DOUBLE_EQ(progress.last, 25.0);
+    request.setExpectedContentLength(1000);
+    request.connectionDidSendBodyData(50, 100, 200);
+    EXPECT_DOUBLE_EQ(progress.last, 10.0);
+}
+
+TEST(UrlErrors, CurlFailuresMapOntoThePlatformCodes) {
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_OPERATION_TIMEDOUT), -1001);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_COULDNT_RESOLVE_HOST), -1003);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_COULDNT_CONNECT), -1004);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_RECV_ERROR), -1005);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_PARTIAL_FILE), -1005);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_PEER_FAILED_VERIFICATION), -1202);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_SSL_CONNECT_ERROR), -1200);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_UNSUPPORTED_PROTOCOL), -1002);
+    EXPECT_EQ(urlErrorCodeForCurl(CURLE_OUT_OF_MEMORY), -1);
+}
+
+TEST(UrlErrors, DescriptionsAreThePlatformTexts) {
+    EXPECT_EQ(URLError::urlError(-1001, "u", "h").localizedDescription(), "The request timed out.");
+    EXPECT_EQ(URLError::urlError(-1003, "u", "h").localizedDescription(),
+              "A server with the specified hostname could not be found.");
+    EXPECT_EQ(URLError::urlError(-1003, "u", "h").domain(), "NSURLErrorDomain");
+    EXPECT_EQ(URLError::urlError(-1003, "u", "h").userInfo().at(kFailingURLStringKey), "u");
+    EXPECT_EQ(URLError("", 500).localizedDescription(), "The operation couldn\u2019t be completed. ( error 500.)");
+}
+
+}  // namespace
+}  // namespace vork

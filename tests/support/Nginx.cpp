@@ -1,0 +1,182 @@
+#include "support/Nginx.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "support/Certificates.h"
+
+namespace vork::test {
+
+namespace {
+
+const char *kNginxBinary = "/usr/sbin/nginx";
+
+bool canConnect(int port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(static_cast<uint16_t>(port));
+    bool ok = ::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0;
+    ::close(fd);
+    return ok;
+}
+
+// Temporary-path directives for the modules this nginx was built with.
+std::string tempPaths(const std::string &folder) {
+    std::string configure;
+    try {
+        configure = commandOutput(std::string(kNginxBinary) + " -V 2>&1");
+    } catch (...) {
+    }
+    std::string out;
+    for (const char *module : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
+        std::string name = module;
+        if (name != "client_body" && configure.find("--without-http_" + name + "_module") != std::string::npos)
+            continue;
+        out += "    " + name + "_temp_path " + folder + "/tmp/" + name + ";\n";
+    }
+    return out;
+}
+
+}  // namespace
+
+int freeLoopbackPort() {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr);
+    socklen_t len = sizeof addr;
+    ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len);
+    ::close(fd);
+    return ntohs(addr.sin_port);
+}
+
+bool Nginx::available() { return ::access(kNginxBinary, X_OK) == 0; }
+
+Nginx::Nginx(const std::string &folder, NginxOptions options) : folder_(folder), options_(std::move(options)) {
+    namespace fs = std::filesystem;
+    fs::create_directories(folder_ + "/www/private");
+    fs::create_directories(folder_ + "/tmp");
+    makeSelfSignedCertificate(folder_);
+    writeHtpasswd(folder_ + "/htpasswd", options_.user, options_.password);
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (launch()) return;
+    }
+    throw std::runtime_error("nginx did not start; see " + errorLogPath());
+}
+
+Nginx::~Nginx() { stop(); }
+
+std::string Nginx::httpUrl(const std::string &path) const {
+    return "http://127.0.0.1:" + std::to_string(httpPort_) + path;
+}
+
+std::string Nginx::httpsUrl(const std::string &path) const {
+    return "https://127.0.0.1:" + std::to_string(httpsPort_) + path;
+}
+
+bool Nginx::launch() {
+    httpPort_ = freeLoopbackPort();
+    httpsPort_ = freeLoopbackPort();
+    while (httpsPort_ == httpPort_) httpsPort_ = freeLoopbackPort();
+    const std::string conf = folder_ + "/nginx.conf";
+    {
+        std::ofstream out(conf, std::ios::trunc);
+        out << "daemon off;\n"
+               "master_process off;\n"
+               "worker_processes 1;\n"
+               "pid " << folder_ << "/nginx.pid;\n"
+               "error_log " << errorLogPath() << " warn;\n"
+               "events { worker_connections 256; }\n"
+               "http {\n"
+            << tempPaths(folder_)
+            << "    access_log " << (options_.accessLog ? accessLogPath() : std::string("off")) << ";\n"
+               "    default_type application/octet-stream;\n"
+               "    sendfile on;\n"
+               "    tcp_nopush on;\n"
+               "    keepalive_requests 100000;\n"
+               "    keepalive_timeout 65;\n"
+               "    server {\n"
+               "        listen 127.0.0.1:" << httpPort_ << ";\n"
+               "        listen 127.0.0.1:" << httpsPort_ << " ssl;\n"
+               "        ssl_certificate " << certificatePath() << ";\n"
+               "        ssl_certificate_key " << folder_ << "/key.pem;\n"
+               "        root " << wwwFolder() << ";\n"
+               "        client_max_body_size 0;\n"
+               "        location / { }\n"
+               "        location /private/ {\n"
+               "            auth_basic \"VORK\";\n"
+               "            auth_basic_user_file " << folder_ << "/htpasswd;\n"
+               "        }\n"
+               "        location = /upload {\n"
+               "            client_body_buffer_size 1m;\n"
+               "            default_type application/xml;\n"
+               "            return 200 \"<ok/>\";\n"
+               "        }\n";
+        if (options_.uploadProxyPort)
+            out << "        location /proxy/ {\n"
+                   "            proxy_request_buffering off;\n"
+                   "            proxy_http_version 1.1;\n"
+                   "            proxy_pass http://127.0.0.1:" << options_.uploadProxyPort << "/;\n"
+                   "        }\n";
+        out << "    }\n"
+               "}\n";
+    }
+    pid_ = ::fork();
+    if (pid_ == 0) {
+        // Keep nginx's own messages out of the test output.
+        int devnull = ::open("/dev/null", O_WRONLY);
+        if (devnull >= 0) {
+            ::dup2(devnull, 1);
+            ::dup2(devnull, 2);
+        }
+        ::execl(kNginxBinary, "nginx", "-p", folder_.c_str(), "-c", conf.c_str(), "-e", errorLogPath().c_str(),
+                static_cast<char *>(nullptr));
+        ::_exit(127);
+    }
+    if (pid_ < 0) return false;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < deadline) {
+        int status = 0;
+        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+            pid_ = -1;
+            return false;  // exited: most likely a port was taken meanwhile
+        }
+        if (canConnect(httpPort_) && canConnect(httpsPort_)) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    stop();
+    return false;
+}
+
+void Nginx::stop() {
+    if (pid_ <= 0) return;
+    ::kill(pid_, SIGTERM);
+    int status = 0;
+    for (int i = 0; i < 500; ++i) {
+        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+            pid_ = -1;
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, &status, 0);
+    pid_ = -1;
+}
+
+}  // namespace vork::test
