@@ -36,6 +36,7 @@ void HttpTransfer::start() {
 void HttpTransfer::restart() {
     logDebugf("HttpTransfer restart");
     restartTimer_ = 0;
+    ++attempt_;
     percentCompleted_ = 0;
     statusMessage_ = "";
     initializeHttpRequest();
@@ -138,8 +139,9 @@ void HttpTransfer::notifyProgress(VORKHTTPRequest &request, double percent) {
 
 void HttpTransfer::notifyCompleted(VORKHTTPRequest &request) {
     // A request can report the end of one attempt twice (a failure status,
-    // then the end of its body); once a retry waits, the attempt is decided.
-    if (restartTimer_) return;
+    // then the end of its body); each attempt is decided once.
+    if (decidedAttempt_ == attempt_) return;
+    decidedAttempt_ = attempt_;
     auto response = request.httpResponse();
     const long code = response ? response->responseCode() : 0;
     const bool retry = !isCanceled_ && request.fileStream().has_value() && retryCount_ < maxRetries_ &&

@@ -119,6 +119,9 @@ private:
     bool inProgress_ = false;
     bool isCanceled_ = false;
 
+    // Attempts started, and the last one whose end was decided.
+    uint64_t attempt_ = 0;
+    uint64_t decidedAttempt_ = 0;
     // The scheduled restart, while one waits.
     std::shared_ptr<RunLoop> restartLoop_;
     uint64_t restartTimer_ = 0;

@@ -1,0 +1,306 @@
+// The C functions of the HTTP transfer family against nginx and the fault
+// server on 127.0.0.1, polled the way the agent polls them.
+#include <gtest/gtest.h>
+
+#include <VORKCoreCommC/VORKCoreCommC.h>
+
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include "http/HttpFixture.h"
+#include "support/FaultServer.h"
+#include "support/RecordingLog.h"
+#include "support/TempDir.h"
+#include "transfers/HttpTransfer.h"
+
+namespace vork {
+namespace {
+
+using test::FaultReply;
+using test::FaultRequest;
+using test::FaultServer;
+using test::SharedNginx;
+
+class HttpTransferCApi : public ::testing::Test {
+protected:
+    void SetUp() override { httpTransferRetrySettings(0, 5.0, 120.0); }
+    void TearDown() override {
+        httpTransferRelease();
+        httpTransferRetrySettings(0, 5.0, 120.0);
+    }
+    test::Nginx &nginx() { return SharedNginx::get().nginx(); }
+    HttpTransfer &transfer() { return *static_cast<HttpTransfer *>(g_HttpTransfer); }
+
+    // Polls until complete; answers every status text seen.
+    std::set<std::string> pollToEnd(double seconds = 30) {
+        std::set<std::string> statuses;
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (!httpTransferIsComplete()) {
+            EXPECT_LT(std::chrono::steady_clock::now(), deadline) << "transfer did not end";
+            if (std::chrono::steady_clock::now() > deadline) break;
+            const char *status = httpTransferStatus();
+            statuses.insert(status ? status : "(null)");
+            double progress = httpTransferProgress();
+            EXPECT_GE(progress, 0.0);
+            EXPECT_LE(progress, 100.0);
+        }
+        return statuses;
+    }
+
+    test::TempDir dir;
+};
+
+TEST_F(HttpTransferCApi, WithoutTransferEveryFunctionAnswersNeutrally) {
+    httpTransferRelease();
+    EXPECT_EQ(g_HttpTransfer, nullptr);
+    EXPECT_DOUBLE_EQ(httpTransferProgress(), -1.0);
+    EXPECT_STREQ(httpTransferStatus(), "");
+    EXPECT_FALSE(httpTransferCancel());
+    EXPECT_TRUE(httpTransferIsComplete());
+    EXPECT_EQ(httpResponseCode(), -1);
+    EXPECT_STREQ(httpTransferResult(), "");
+    EXPECT_STREQ(httpTransferError(), "");
+    EXPECT_FALSE(httpTransferAddHeader("X-A", "1"));
+}
+
+TEST_F(HttpTransferCApi, InitLogsItsArgumentsButNeverThePassword) {
+    test::RecordingLog log;
+    httpTransferInit("http://127.0.0.1:1/x", false, "agent", "hunter2", "<a/>", nullptr);
+    EXPECT_TRUE(log.contains("httpTransferInit: urlString=http://127.0.0.1:1/x"));
+    EXPECT_TRUE(log.contains("httpTransferInit: username=agent, password=********"));
+    EXPECT_TRUE(log.contains("httpTransferInit: postData=<a/> (<a/>)"));
+    EXPECT_TRUE(log.contains("httpTransferInit: filePath="));
+    EXPECT_DOUBLE_EQ(transfer().timeout(), 240.0);
+    EXPECT_EQ(httpTransferStatus(), nullptr);  // before the first start
+    EXPECT_TRUE(httpTransferAddHeader("X-Agent", "7"));
+    EXPECT_TRUE(log.contains("httpTransferAddHeader: headerName=X-Agent, headerValue=7"));
+    httpTransferInit(nullptr, false, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(log.contains("httpTransferInit: username=, password=********"));
+    EXPECT_TRUE(log.contains("httpTransferInit: postData=(null) ()"));
+    for (const std::string &line : log.lines()) EXPECT_EQ(line.find("hunter2"), std::string::npos) << line;
+}
+
+TEST_F(HttpTransferCApi, DownloadIntoAFileWithProgress) {
+    const std::string &content = SharedNginx::get().file("transfer.bin", 4 << 20);
+    const std::string path = (dir / "down/transfer.bin").string();
+    httpTransferInitDownload(nginx().httpUrl("/transfer.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
+                             path.c_str());
+    EXPECT_STREQ(httpTransferStart(), "");
+    auto statuses = pollToEnd();
+    EXPECT_LE(statuses.size(), 1u);
+    EXPECT_STREQ(httpTransferStatus(), "");
+    EXPECT_DOUBLE_EQ(httpTransferProgress(), 100.0);
+    EXPECT_EQ(httpResponseCode(), 200);
+    EXPECT_STREQ(httpTransferError(), "");
+    EXPECT_STREQ(httpTransferResult(), "");
+    EXPECT_TRUE(test::readBytes(path) == content);
+}
+
+TEST_F(HttpTransferCApi, HttpsDownloadNeedsTheSwitchForASelfSignedServer) {
+    const std::string &content = SharedNginx::get().file("tls.bin", 1 << 20);
+    const std::string url = nginx().httpsUrl("/tls.bin");
+    const std::string path = (dir / "tls.bin").string();
+    httpTransferInitDownload(url.c_str(), false, nullptr, nullptr, nullptr, nullptr, path.c_str());
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_EQ(httpResponseCode(), 403);
+    EXPECT_NE(std::string(httpTransferError()).find("The certificate for this server is invalid"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    httpTransferInitDownload(url.c_str(), true, nullptr, nullptr, nullptr, nullptr, path.c_str());
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_EQ(httpResponseCode(), 200);
+    EXPECT_TRUE(test::readBytes(path) == content);
+}
+
+TEST_F(HttpTransferCApi, FailedDownloadIsNeverRetried) {
+    httpTransferRetrySettings(3, 0.05, 0.1);
+    const std::string path = (dir / "missing.bin").string();
+    httpTransferInitDownload(nginx().httpUrl("/missing.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
+                             path.c_str());
+    httpTransferStart();
+    auto statuses = pollToEnd();
+    EXPECT_EQ(statuses.count("Retry #1..."), 0u);
+    EXPECT_EQ(httpResponseCode(), 404);
+    EXPECT_STREQ(httpTransferError(), "Connection failure: \"The operation couldn\u2019t be completed. ( error 404.)\"");
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    // No answer at all (code 0) is not retried for a download either.
+    const int port = test::freeLoopbackPort();
+    const std::string closed = "http://127.0.0.1:" + std::to_string(port) + "/x";
+    httpTransferInitDownload(closed.c_str(), false, nullptr, nullptr, nullptr, nullptr, path.c_str());
+    httpTransferStart();
+    statuses = pollToEnd();
+    EXPECT_EQ(statuses.count("Retry #1..."), 0u);
+    EXPECT_EQ(httpResponseCode(), 0);
+    EXPECT_STREQ(httpTransferError(), "Connection failure: \"Could not connect to the server.\"");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(HttpTransferCApi, UploadRetriesFollowTheSchedule) {
+    int answered = 0;
+    std::mutex m;
+    FaultServer server([&](const FaultRequest &) {
+        std::lock_guard<std::mutex> lock(m);
+        return FaultReply{++answered <= 3 ? 503 : 200, "", {}, answered <= 3 ? "busy" : "<stored/>"};
+    });
+    const auto file = dir / "log.txt";
+    test::writeBytes(file, test::patternBytes(200000));
+    httpTransferRetrySettings(3, 0.2, 0.8);
+    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    test::RecordingLog log;
+    EXPECT_STREQ(httpTransferStart(), "");
+    auto statuses = pollToEnd();
+    EXPECT_EQ(statuses.count("Retry #1..."), 1u);
+    EXPECT_EQ(httpResponseCode(), 200);
+    EXPECT_STREQ(httpTransferResult(), "<stored/>");
+    EXPECT_STREQ(httpTransferStatus(), "");
+    auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 4u);
+    const double expected[] = {0.2, 0.2 - 1 + std::pow(1.6, 0.5), 0.8};
+    for (int i = 0; i < 3; ++i) {
+        double gap = std::chrono::duration<double>(requests[i + 1].arrived - requests[i].arrived).count();
+        EXPECT_GE(gap, expected[i] - 0.01) << i;
+        EXPECT_LT(gap, expected[i] + 0.6) << i;
+        EXPECT_EQ(requests[i + 1].bodyLength, 200000u);
+    }
+    EXPECT_TRUE(log.contains("HttpTransfer notifyCompleted retry #1 responseCode:503"));
+    EXPECT_TRUE(log.contains("HttpTransfer notifyCompleted retry #3 responseCode:503"));
+    EXPECT_TRUE(log.contains("HttpTransfer restartAfterDelay: 0.200000"));
+}
+
+TEST_F(HttpTransferCApi, UploadGivesUpAfterTheLastRetry) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
+    const auto file = dir / "log.txt";
+    test::writeBytes(file, "inventory");
+    httpTransferRetrySettings(2, 0.05, 0.1);
+    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    httpTransferStart();
+    pollToEnd();
+    // The attempt's second end report must not start another round.
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(httpTransferIsComplete());
+    EXPECT_EQ(server.requestCount(), 3u);
+    EXPECT_EQ(httpResponseCode(), 503);
+    EXPECT_STREQ(httpTransferStatus(), "");
+}
+
+TEST_F(HttpTransferCApi, UploadAnsweredNotFoundOrServerErrorEndsAtOnce) {
+    for (int status : {404, 500, 403}) {
+        FaultServer server([&](const FaultRequest &) { return FaultReply{status, "", {}, "no"}; });
+        const auto file = dir / "log.txt";
+        test::writeBytes(file, "inventory");
+        httpTransferRetrySettings(3, 0.05, 0.1);
+        httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+        httpTransferStart();
+        pollToEnd();
+        EXPECT_EQ(server.requestCount(), 1u) << status;
+        EXPECT_EQ(httpResponseCode(), status);
+    }
+}
+
+TEST_F(HttpTransferCApi, InMemoryPostIsNotRetried) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
+    httpTransferRetrySettings(3, 0.05, 0.1);
+    httpTransferInit(server.url("/post").c_str(), false, nullptr, nullptr, "<inventory/>", nullptr);
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_EQ(server.requestCount(), 1u);
+    EXPECT_EQ(server.requests()[0].body, "<inventory/>");
+    EXPECT_EQ(server.requests()[0].header("content-type"), "application/xml; charset=utf-8");
+}
+
+TEST_F(HttpTransferCApi, WithoutRetrySettingsAFailedUploadEndsAtOnce) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
+    const auto file = dir / "log.txt";
+    test::writeBytes(file, "inventory");
+    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_EQ(server.requestCount(), 1u);
+}
+
+TEST_F(HttpTransferCApi, CancelDuringARetryWaitEndsCanceledWithoutFurtherRetry) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
+    const auto file = dir / "log.txt";
+    test::writeBytes(file, "inventory");
+    httpTransferRetrySettings(5, 0.3, 0.5);
+    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    test::RecordingLog log;
+    httpTransferStart();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::string(httpTransferStatus() ? httpTransferStatus() : "") != "Retry #1..." &&
+           std::chrono::steady_clock::now() < deadline)
+        httpTransferIsComplete();
+    ASSERT_STREQ(httpTransferStatus(), "Retry #1...");
+    EXPECT_TRUE(httpTransferCancel());
+    EXPECT_FALSE(httpTransferIsComplete());
+    pollToEnd();
+    EXPECT_STREQ(httpTransferStatus(), "Canceled");
+    EXPECT_EQ(server.requestCount(), 2u);
+    EXPECT_EQ(httpResponseCode(), 503);
+    EXPECT_TRUE(log.contains("HttpTransfer canceled before retry #2 responseCode:503"));
+}
+
+TEST_F(HttpTransferCApi, RetrySettingsGiveALiveTransferTheMinimumForBothBounds) {
+    httpTransferInit("http://127.0.0.1:1/", false, nullptr, nullptr, nullptr, nullptr);
+    httpTransferRetrySettings(3, 5.0, 120.0);
+    EXPECT_EQ(transfer().maxRetries(), 3);
+    EXPECT_DOUBLE_EQ(transfer().retryDelayMinSeconds(), 5.0);
+    EXPECT_DOUBLE_EQ(transfer().retryDelayMaxSeconds(), 5.0);
+    for (int i = 0; i < 3; ++i) EXPECT_DOUBLE_EQ(transfer().delayTimeForIteration(i), 5.0);
+    httpTransferInit("http://127.0.0.1:1/", false, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_DOUBLE_EQ(transfer().retryDelayMaxSeconds(), 120.0);
+    EXPECT_EQ(g_MaxRetries, 3);
+}
+
+TEST_F(HttpTransferCApi, SynchronousRequestAnswersTheBodyOrTheFailure) {
+    FaultServer server([&](const FaultRequest &r) {
+        if (r.target == "/fail") return FaultReply{500, "", {}, "x"};
+        return FaultReply{200, "", {}, "<reply>" + r.header("x-agent") + "</reply>"};
+    });
+    httpTransferInit(server.url("/ok").c_str(), false, "agent", "pw", "<q/>", nullptr);
+    httpTransferAddHeader("X-Agent", "42");
+    EXPECT_STREQ(httpSubmitRequest(), "<reply>42</reply>");
+    httpTransferInit(server.url("/fail").c_str(), false, nullptr, nullptr, "<q/>", nullptr);
+    EXPECT_STREQ(httpSubmitRequest(), "Connection failure: \"The operation couldn\u2019t be completed. ( error 500.)\"");
+}
+
+TEST_F(HttpTransferCApi, HeaderEntriesReplaceTheBodyType) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{200, "", {}, "ok"}; });
+    httpTransferInit(server.url("/h").c_str(), false, nullptr, nullptr, "<q/>", nullptr);
+    httpTransferAddHeader("Content-Type", "text/xml");
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_EQ(server.requests().at(0).header("content-type"), "text/xml");
+    EXPECT_STREQ(httpTransferResult(), "ok");
+}
+
+TEST_F(HttpTransferCApi, UnusableOutputFileLeavesTheTransferRunning) {
+    test::writeBytes(dir / "plain", "x");
+    const std::string path = (dir / "plain/sub/out.bin").string();
+    test::RecordingLog log;
+    httpTransferInitDownload(nginx().httpUrl("/transfer.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
+                             path.c_str());
+    EXPECT_STREQ(httpTransferStart(), "");
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(httpTransferIsComplete());
+    EXPECT_TRUE(log.contains("HttpTransfer - asyncSubmitRequest exception: Unable to initialize output file " + path));
+}
+
+TEST_F(HttpTransferCApi, TransferLogLinesMaskThePassword) {
+    FaultServer server([&](const FaultRequest &) { return FaultReply{200, "", {}, "ok"}; });
+    test::RecordingLog log;
+    httpTransferInit(server.url("/p").c_str(), true, "agent", "topsecret", nullptr, nullptr);
+    httpTransferStart();
+    pollToEnd();
+    const std::string expected = "HttpTransfer initializeHttpRequest: url=" + server.url("/p") +
+                                 ", allowInvalidCert=YES, username=agent, password=********, postData.length=0, "
+                                 "postFilePath=(null), downloadFilePath=(null)";
+    EXPECT_TRUE(log.contains(expected));
+    EXPECT_EQ(server.requests().at(0).header("authorization").rfind("Basic ", 0), 0u);
+    for (const std::string &line : log.lines()) EXPECT_EQ(line.find("topsecret"), std::string::npos) << line;
+}
+
+}  // namespace
+}  // namespace vork
