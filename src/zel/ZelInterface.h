@@ -1,0 +1,73 @@
+#pragma once
+// The one object through which every server call reaches the management
+// server. It holds the server settings, the connection time-out and the
+// application identifier, posts a request message to the server's "client"
+// resource and answers the server's reply as a message. A failed exchange
+// (no URL, refused connection, HTTP error, unreadable reply) comes back as a
+// message whose status is 1999; nothing from the transport reaches the
+// caller.
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "VORKCoreCommC/export.h"
+#include "message/MappedClass.h"
+#include "message/VCCMessage.h"
+#include "zel/VCCConfig.h"
+#include "zel/VCCZelRequest.h"
+
+namespace vork {
+
+// Extra request headers: name to value; an absent value adds no header.
+using HeaderValues = std::map<std::string, std::optional<std::string>>;
+
+class VORK_EXPORT ZelInterface : public std::enable_shared_from_this<ZelInterface> {
+public:
+    // The status of a failed exchange.
+    static constexpr int32_t kFailureStatusCode = 1999;
+    static constexpr const char *kFailureTitle = "ZEL Communication Exception";
+    static constexpr const char *kFailureMessage = "Exception caught in VORKCoreCommC";
+
+    // A fresh configuration, time-out 60 s, application kApplicationIdentifier.
+    ZelInterface();
+
+    // zelUrl (trimmed, trailing slashes removed, "" when unset) + "/client".
+    std::string resourceUrl() const;
+    // A request for the message with the configured user, password and
+    // certificate switch, read now.
+    std::shared_ptr<VCCZelRequest> buildRequestWithMessage(const std::shared_ptr<VCCMessage> &message) const;
+
+    // Stamps the application into the message, sends it and answers the
+    // reply (read into resultClass when given), or the failure message.
+    // Only the exchange is guarded: a failure while the request is built
+    // reaches the caller.
+    std::shared_ptr<VCCMessage> submitRequest(const std::shared_ptr<VCCMessage> &message) const;
+    std::shared_ptr<VCCMessage> submitRequest(const std::shared_ptr<VCCMessage> &message,
+                                              const MappedClass *resultClass) const;
+    std::shared_ptr<VCCMessage> submitRequest(const std::shared_ptr<VCCMessage> &message,
+                                              const MappedClass *resultClass,
+                                              const HeaderValues *customHeaders) const;
+
+    // The message a failed exchange answers: one empty content whose status
+    // is 1999 with the failure title and message, and the description as
+    // its extended message.
+    static std::shared_ptr<VCCMessage> failureMessage(const std::string &description);
+
+    std::shared_ptr<VCCConfig> zelConfig() const;
+    void setZelConfig(std::shared_ptr<VCCConfig> config);
+    int32_t connectionTimeout() const;
+    void setConnectionTimeout(int32_t seconds);
+    std::optional<std::string> application() const;
+    void setApplication(std::optional<std::string> application);
+
+private:
+    mutable std::mutex mutex_;
+    std::shared_ptr<VCCConfig> zelConfig_;
+    int32_t connectionTimeout_ = 60;
+    std::optional<std::string> application_;
+};
+
+}  // namespace vork
