@@ -510,7 +510,13 @@ class Handler(BaseHTTPRequestHandler):
         self._stream(target, start, to_send, faults.rateLimit)
 
     def _stream(self, target, start, count, rate):
-        chunk = 1 << 16 if rate <= 0 else max(1, min(1 << 16, rate // 20))
+        if rate <= 0:
+            # Fast path for benchmarks: the kernel copies (a TLS socket falls back to sends).
+            with open(target, "rb") as f:
+                if count > 0:
+                    self.connection.sendfile(f, offset=start, count=count)
+            return
+        chunk = max(1, min(1 << 16, rate // 20))
         began, sent = time.monotonic(), 0
         with open(target, "rb") as f:
             f.seek(start)
