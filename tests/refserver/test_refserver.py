@@ -221,6 +221,13 @@ class SchemaTests(unittest.TestCase):
     def test_rejects_a_time_stamp_that_is_not_a_number(self):
         self.assertInvalid(envelope(content(".keepaliverequest"), timestamp="2014-03-05"), "messageTimestamp")
 
+    def test_rejects_time_stamps_with_a_millisecond_part(self):
+        self.assertInvalid(envelope(content(".keepaliverequest"), timestamp="1700000000750"),
+                           "messageTimestamp 1700000000750 is not a whole number of seconds")
+        body = request(".keepaliverequest").replace(b"<timestamp>1700000000000<", b"<timestamp>1700000000001<")
+        self.assertInvalid(body, "status/timestamp")
+        self.assertTrue(self.parse(envelope(content(".keepaliverequest"), timestamp="-1000")).valid)
+
     def test_rejects_a_lower_case_content_uuid(self):
         self.assertInvalid(envelope(content(".keepaliverequest", uuid=CONTENT_UUID.lower())), "uuid")
 

@@ -265,6 +265,12 @@ def _check_shape(req):
         errs.append(f"xsi:schemaLocation is {loc!r}, expected {SCHEMA_LOCATION!r}")
     if req.root_attributes != ROOT_ATTRIBUTE_ORDER:
         errs.append(f"root attributes are {req.root_attributes}, expected {ROOT_ATTRIBUTE_ORDER}")
+    # Time stamps carry whole seconds in a millisecond field.
+    stamps = [("messageTimestamp", root.findtext("messageTimestamp"))]
+    stamps += [("status/timestamp", c.findtext("status/timestamp")) for c in root.findall("content")]
+    for where, stamp in stamps:
+        if stamp is not None and stamp.strip().lstrip("-").isdigit() and int(stamp) % 1000 != 0:
+            errs.append(f"{where} {stamp} is not a whole number of seconds")
     for content in root.findall("content"):
         if content.get(f"{{{XSI_NAMESPACE}}}type") != "ns2:RequestContent":
             errs.append("a request content is not of xsi:type \"ns2:RequestContent\"")
