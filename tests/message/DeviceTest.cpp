@@ -1,0 +1,98 @@
+// The device record: which interfaces qualify and how the record is read.
+#include <gtest/gtest.h>
+
+#include "message/MessageTestSupport.h"
+#include "message/VCCDevice.h"
+#include "sysinfo/VORKHardwareIdentification.h"
+
+namespace vork::test {
+namespace {
+
+// The process-wide address table is filled once per process, so this
+// program gives it one fixed machine before any test runs.
+class FakeMachine : public ::testing::Environment {
+public:
+    void SetUp() override {
+        guard_.emplace(platform::networkInterfaces().install(std::make_shared<FakeNetworkInterfaces>(
+            std::vector<platform::NetworkInterface>{{"lo0", ""},
+                                                    {"en0", "00:1c:42:aa:bb:cc"},
+                                                    {"bridge0", "02:00:00:00:00:01"},
+                                                    {"en12", " 00:1c:42:00:00:12\t"},
+                                                    {"awdl0", "aa:bb:cc:dd:ee:ff"},
+                                                    {"enx", "00:1c:42:00:00:0e"},
+                                                    {"en5", "  "},
+                                                    {"eth0", "00:1c:42:00:00:01"},
+                                                    {"En7", "00:1c:42:00:00:07"}})));
+    }
+    void TearDown() override { guard_.reset(); }
+
+private:
+    std::optional<platform::ServiceSlot<platform::NetworkInterfaces>::Override> guard_;
+};
+
+const auto *const kMachine = ::testing::AddGlobalTestEnvironment(new FakeMachine);
+
+TEST(Device, OnlyEnInterfacesWithAnAddressQualify) {
+    VCCDevice device;
+    device.retrieveMacAddresses();
+    ASSERT_TRUE(device.macAddresses());
+    std::vector<std::pair<std::string, std::string>> found;
+    for (const VCCMacAddress &mac : *device.macAddresses()) found.emplace_back(*mac.bsdName(), *mac.address());
+    EXPECT_EQ(found, (std::vector<std::pair<std::string, std::string>>{
+                         {"en0", "00.1c.42.aa.bb.cc"}, {"en12", "00.1c.42.00.00.12"}, {"enx", "00.1c.42.00.00.0e"}}));
+}
+
+TEST(Device, MissingInfoIsFetchedOnlyWhenMissing) {
+    auto identity = std::make_shared<FakeMachineIdentity>("HW-UUID");
+    auto guard = platform::machineIdentity().install(identity);
+    VCCDevice device;
+    device.retrieveMissingDeviceInfo();
+    EXPECT_EQ(device.uuid(), "HW-UUID");
+    EXPECT_EQ(device.macAddresses()->size(), 3u);
+    device.setUuid("mine");
+    device.setMacAddresses(std::vector<VCCMacAddress>{});
+    device.retrieveMissingDeviceInfo();
+    EXPECT_EQ(device.uuid(), "mine");
+    EXPECT_TRUE(device.macAddresses()->empty());
+    device.retrieveHardwareIdentification();
+    EXPECT_EQ(device.uuid(), "HW-UUID");
+    EXPECT_EQ(device.macAddresses()->size(), 3u);
+    EXPECT_EQ(identity->calls, 2);
+}
+
+TEST(Device, WrittenRecord) {
+    VCCDevice device;
+    device.setUuid("U");
+    device.setMacAddresses(std::vector<VCCMacAddress>{{"en0", "a.b"}, {std::nullopt, "c.d"}});
+    xml::XmlNode root = xml::XmlNode::element("root");
+    device.saveToXmlNode(root);
+    EXPECT_EQ(root.xmlString(),
+              "<root><device><uuid>U</uuid><macAddresses><macAddress bsdName=\"en0\">a.b</macAddress>"
+              "<macAddress bsdName=\"\">c.d</macAddress></macAddresses></device></root>");
+}
+
+TEST(Device, ReadRecordRebuildsTheList) {
+    xml::XmlDocument doc = xml::XmlDocument::parse(
+        "<device><uuid> U </uuid><macAddresses><macAddress bsdName='en1'>x</macAddress><other/>"
+        "<macAddress>y</macAddress></macAddresses></device>");
+    VCCDevice device;
+    device.setMacAddresses(std::vector<VCCMacAddress>{{"old", "old"}});
+    device.loadFromXmlNode(doc.rootElement());
+    EXPECT_EQ(device.uuid(), " U ");
+    ASSERT_EQ(device.macAddresses()->size(), 2u);
+    EXPECT_EQ((*device.macAddresses())[0].bsdName(), "en1");
+    EXPECT_FALSE((*device.macAddresses())[1].bsdName());
+    EXPECT_EQ((*device.macAddresses())[1].address(), "y");
+}
+
+TEST(Device, HardwareIdentificationTableIsFilledOnce) {
+    EXPECT_EQ(VORKHardwareIdentification::getMacAddress(), "00.1c.42.aa.bb.cc");
+    EXPECT_EQ(VORKHardwareIdentification::getAltMacAddress(), "");
+    MacAddressTable table = VORKHardwareIdentification::getAllMacAddresses();
+    EXPECT_EQ(table.at("en12"), " 00.1c.42.00.00.12\t");
+    EXPECT_EQ(table.at("lo0"), "");
+    EXPECT_EQ(table.size(), 9u);
+}
+
+}  // namespace
+}  // namespace vork::test

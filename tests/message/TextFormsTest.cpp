@@ -1,0 +1,129 @@
+// Millisecond time stamps, calendar dates and the two XML text cleaners.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "message/JavaDate.h"
+#include "message/MessageTestSupport.h"
+#include "message/RemoveInvalidXmlData.h"
+#include "message/VCCMessage.h"
+
+namespace vork::test {
+namespace {
+
+using std::chrono::milliseconds;
+
+TEST(JavaDate, WholeSecondsInAMillisecondField) {
+    EXPECT_EQ(javaEpochString(Date(milliseconds(978307200750))), "978307200000");
+    EXPECT_EQ(javaEpochValue(Date(milliseconds(1700000000900))), 1700000000000);
+    EXPECT_EQ(javaEpochValue(Date(milliseconds(-1500))), -1000);
+    EXPECT_EQ(javaEpochString(Date(milliseconds(-1500))), "-1000");
+}
+
+TEST(JavaDate, NowComesFromTheClock) {
+    auto clock = platform::clock().install(clockAt(1700000000, 900));
+    EXPECT_EQ(javaEpochString(dateNow()), "1700000000000");
+}
+
+TEST(JavaDate, FromValueDropsSubSeconds) {
+    EXPECT_EQ(dateWithJavaEpochValue(1500).time_since_epoch(), milliseconds(1000));
+    EXPECT_EQ(dateWithJavaEpochValue(-1500).time_since_epoch(), milliseconds(-1000));
+    EXPECT_EQ(dateWithJavaEpochValue(INT64_MAX).time_since_epoch(), milliseconds(INT64_MAX / 1000 * 1000));
+    EXPECT_EQ(dateWithJavaEpochValue(INT64_MIN).time_since_epoch(), milliseconds(INT64_MIN / 1000 * 1000));
+}
+
+TEST(JavaDate, FromText) {
+    EXPECT_EQ(dateWithJavaEpochString(std::string("1500")).time_since_epoch(), milliseconds(1000));
+    EXPECT_EQ(dateWithJavaEpochString(std::string("abc")).time_since_epoch(), milliseconds(0));
+    EXPECT_EQ(dateWithJavaEpochString(std::nullopt).time_since_epoch(), milliseconds(0));
+    EXPECT_EQ(dateWithJavaEpochString(std::string("-1500")).time_since_epoch(), milliseconds(-1000));
+    EXPECT_EQ(dateWithJavaEpochString(std::string("  42000xyz")).time_since_epoch(), milliseconds(42000));
+    EXPECT_EQ(dateWithJavaEpochString(std::string("99999999999999999999999")).time_since_epoch(),
+              milliseconds(INT64_MAX / 1000 * 1000));
+}
+
+// Runs the body in a fixed local time zone (Central European, no tz files
+// needed) and restores the process's zone afterwards.
+class LocalZone : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const char *tz = std::getenv("TZ");
+        if (tz) saved_ = tz;
+        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+        tzset();
+    }
+    void TearDown() override {
+        if (saved_) setenv("TZ", saved_->c_str(), 1);
+        else unsetenv("TZ");
+        tzset();
+    }
+    std::optional<std::string> saved_;
+};
+
+TEST_F(LocalZone, CalendarDatesInLocalTime) {
+    // 17:04:09 CET is 16:04:09 UTC.
+    std::optional<Date> full = dateFromVorkDateString("2014-03-05 17:04:09");
+    ASSERT_TRUE(full);
+    EXPECT_EQ(full->time_since_epoch(), milliseconds(1394035449000));
+    std::optional<Date> day = dateFromVorkDateString("2014-03-05");
+    ASSERT_TRUE(day);
+    EXPECT_EQ(day->time_since_epoch(), milliseconds(1393974000000));
+    // Summer time: 12:00 CEST is 10:00 UTC.
+    EXPECT_EQ(dateFromVorkDateString("2014-07-01 12:00:00")->time_since_epoch(), milliseconds(1404208800000));
+}
+
+TEST_F(LocalZone, CalendarDatesThatDoNotMatch) {
+    for (const char *text : {"05.03.2014", "", "2014-3-5", "2014-03-05 17:04", "2014-03-05T17:04:09", "2014-02-30",
+                             "2014-13-01", "2014-03-05 24:00:00", "2014-03-05 17:04:09 ", "x2014-03-05"})
+        EXPECT_FALSE(dateFromVorkDateString(text)) << text;
+}
+
+std::string cleaned(const std::string &text) { return RemoveInvalidXmlData::removeInvalidEncodedChars(text); }
+
+TEST(RemoveInvalidXmlData, DropsReferencesToControlCharacters) {
+    EXPECT_EQ(cleaned("a&#8;b"), "ab");
+    EXPECT_EQ(cleaned("&#1;&#2;&#9;"), "&#9;");
+    EXPECT_EQ(cleaned("&#0;x&#28;y&#14;"), "xy");
+    EXPECT_EQ(cleaned("a&#11;&#12;b"), "ab");
+    EXPECT_EQ(cleaned("a&#7.9;b"), "ab");
+    EXPECT_EQ(cleaned("a&# 5\t;b"), "ab");
+    EXPECT_EQ(cleaned("a&#-;b"), "ab");  // "-" alone counts as numeric 0
+}
+
+TEST(RemoveInvalidXmlData, KeepsEverythingElse) {
+    for (const char *text : {"a&#10;b", "a&#9;b", "a&#13;b", "a&#29;b", "a&#30;b", "a&#31;b", "a&#32;b", "a&#x8;b",
+                             "a&#;b", "a&#12", "x&#-3;y", "&#99999999999999999999;", "&#4294967296;", "plain", "",
+                             "&#1e1;", "&#+5;", "&#1,0;"})
+        EXPECT_EQ(cleaned(text), text) << text;
+}
+
+TEST(RemoveInvalidXmlData, CandidateRunsToTheNextSemicolon) {
+    // The candidate of the first "&#" is "&#1": not numeric, everything stays.
+    EXPECT_EQ(cleaned("x&#&#1;y"), "x&#&#1;y");
+    EXPECT_EQ(cleaned("&#3;&#3;;&#3"), ";&#3");
+}
+
+std::optional<std::string> filtered(const std::string &bytes) { return VCCMessage::dataByRemovingInvalidXmlCharacters(bytes); }
+
+TEST(XmlCharacterFilter, RangesEndOneShortOfXml) {
+    EXPECT_EQ(filtered("a\tb\nc\rd"), "a\tb\nc\rd");
+    EXPECT_EQ(filtered(std::string("a\x00\x01\x08\x0B\x0C\x1F" "b", 8)), "ab");
+    EXPECT_EQ(filtered("\xED\x9F\xBE|\xED\x9F\xBF"), "\xED\x9F\xBE|");                  // U+D7FE kept, U+D7FF not
+    EXPECT_EQ(filtered("\xEE\x80\x80|\xEF\xBF\xBC|\xEF\xBF\xBD|\xEF\xBF\xBE|\xEF\xBF\xBF"),  // U+E000, FFFC..FFFF
+              "\xEE\x80\x80|\xEF\xBF\xBC|||");
+    EXPECT_EQ(filtered("\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF"),  // U+10000, 10FFFE, 10FFFF
+              "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|");
+    EXPECT_EQ(filtered("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xC3\xA9 \xE2\x82\xAC");
+    EXPECT_EQ(filtered(""), "");
+}
+
+TEST(XmlCharacterFilter, InvalidUtf8IsNone) {
+    EXPECT_FALSE(filtered("\xC3"));
+    EXPECT_FALSE(filtered("\xC0\xAF"));           // overlong
+    EXPECT_FALSE(filtered("\xED\xA0\x80"));       // surrogate
+    EXPECT_FALSE(filtered("ok \xF4\x90\x80\x80"));  // beyond U+10FFFF
+}
+
+}  // namespace
+}  // namespace vork::test
