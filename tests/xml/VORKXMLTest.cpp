@@ -1,0 +1,151 @@
+// The forgiving wrappers: VORKXMLNode, VORKXMLDocument and VORKXMLMessage.
+#include <gtest/gtest.h>
+
+#include "support/TempDir.h"
+#include "xml/VORKXMLDocument.h"
+#include "xml/VORKXMLMessage.h"
+#include "xml/VORKXMLNode.h"
+
+namespace vork {
+namespace {
+
+const char kReply[] =
+    "<?xml version=\"1.0\"?>"
+    "<ns2:vorkMessage xmlns:ns2=\"http://vork.io/VORKMessage\">"
+    "<content><status><code>1421</code></status>"
+    "<commandData><ns2:clientSitePrivileges>"
+    "<ns2:sites><ns2:site><ns2:id> 42 </ns2:id><ns2:name>Main</ns2:name></ns2:site>"
+    "<ns2:site><ns2:id>7</ns2:id><ns2:name>Second</ns2:name><ns2:flag>true</ns2:flag></ns2:site></ns2:sites>"
+    "<ns2:empty/><ns2:big>-9000000000</ns2:big><ns2:data>aGVsbG8=</ns2:data>"
+    "<ns2:yes>1</ns2:yes><ns2:upper>True</ns2:upper><ns2:word>yes</ns2:word>"
+    "</ns2:clientSitePrivileges></commandData></content></ns2:vorkMessage>";
+
+TEST(SafeXPath, RewritesEachComponent) {
+    EXPECT_EQ(VORKXMLMessage::safeXPath("a/b[2]/c"),
+              "*[local-name() = 'a']/*[local-name() = 'b'][2]/*[local-name() = 'c']");
+    EXPECT_EQ(VORKXMLMessage::safeXPath(""), "*[local-name() = '']");
+    EXPECT_EQ(VORKXMLMessage::safeXPath("status/code"), "*[local-name() = 'status']/*[local-name() = 'code']");
+    EXPECT_EQ(VORKXMLMessage::safeXPath("/a"), "*[local-name() = '']/*[local-name() = 'a']");
+    EXPECT_EQ(VORKXMLMessage::safeXPath("a//b"), "*[local-name() = 'a']/*[local-name() = '']/*[local-name() = 'b']");
+    EXPECT_EQ(VORKXMLMessage::safeXPath("x[@k='v'][1]"), "*[local-name() = 'x'][@k='v'][1]");
+}
+
+TEST(VORKXMLMessage, PropertiesRelativeToTheContentsNode) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
+    EXPECT_EQ(message.contentsNode().name(), "ns2:clientSitePrivileges");
+    EXPECT_EQ(message.valueForProperty("sites/site/name"), "Main");
+    EXPECT_EQ(message.valueForProperty("sites/site[2]/name"), "Second");
+    EXPECT_EQ(message.valueForProperty("sites/site/id"), "42");
+    EXPECT_EQ(message.integerForProperty("sites/site/id"), 42);
+    EXPECT_EQ(message.intForProperty("sites/site[2]/id"), 7);
+    EXPECT_EQ(message.longLongForProperty("big"), -9000000000LL);
+    EXPECT_EQ(message.integerForProperty("big"), INT32_MIN);
+    EXPECT_EQ(message.nodeCountForProperty("sites/site"), 2u);
+    EXPECT_EQ(message.nodesForProperty("sites/site").size(), 2u);
+    ASSERT_TRUE(message.firstNodeForProperty("sites"));
+    EXPECT_EQ(message.firstNodeForProperty("sites")->name(), "ns2:sites");
+    EXPECT_EQ(message.dataFromBase64StringForProperty("data"), (std::vector<uint8_t>{'h', 'e', 'l', 'l', 'o'}));
+}
+
+TEST(VORKXMLMessage, MissingAndEmptyValues) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
+    EXPECT_EQ(message.valueForProperty("empty"), "");
+    EXPECT_EQ(message.integerForProperty("empty"), 0);
+    EXPECT_EQ(message.valueForProperty("nothing/here"), "");
+    EXPECT_FALSE(message.boolForProperty("nothing"));
+    EXPECT_EQ(message.nodeCountForProperty(""), 0u);
+    EXPECT_FALSE(message.firstNodeForProperty("nothing"));
+    EXPECT_TRUE(message.dataFromBase64StringForProperty("nothing").empty());
+}
+
+TEST(VORKXMLMessage, BoolIsTrueOnlyForTrueAndOne) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
+    EXPECT_TRUE(message.boolForProperty("yes"));
+    EXPECT_TRUE(message.boolForProperty("sites/site[2]/flag"));
+    EXPECT_FALSE(message.boolForProperty("upper"));
+    EXPECT_FALSE(message.boolForProperty("word"));
+}
+
+TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocument) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithString("<reply><status><code>5</code></status></reply>");
+    EXPECT_EQ(message.valueForProperty("status/code"), "");
+    EXPECT_EQ(message.integerForProperty("reply/status/code"), 5);
+}
+
+TEST(VORKXMLMessage, NotXmlReadsNothing) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithData("this is not xml");
+    ASSERT_TRUE(message.xml());
+    EXPECT_TRUE(message.xml()->lastError());
+    EXPECT_EQ(message.valueForProperty("a"), "");
+    EXPECT_EQ(message.integerForProperty("a"), 0);
+    EXPECT_FALSE(message.boolForProperty("a"));
+    EXPECT_TRUE(message.nodesForProperty("a").empty());
+    EXPECT_EQ(message.prettyXml(), "");
+}
+
+TEST(VORKXMLMessage, MessageWithNodeHasNoDocument) {
+    VORKXMLDocument doc("<a><b><c>x</c></b></a>");
+    std::optional<VORKXMLNode> b = doc.rootNode().firstNodeForXPath("a/b");
+    ASSERT_TRUE(b);
+    VORKXMLMessage message = VORKXMLMessage::messageWithNode(*b);
+    EXPECT_FALSE(message.xml());
+    EXPECT_EQ(message.valueForProperty("c"), "x");
+    EXPECT_EQ(message.prettyXml(), "");
+}
+
+TEST(VORKXMLMessage, PrettyXmlIsIndented) {
+    VORKXMLMessage message = VORKXMLMessage::messageWithString("<a><b>x</b></a>");
+    EXPECT_EQ(message.prettyXml(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a>\n  <b>x</b>\n</a>\n");
+}
+
+TEST(VORKXMLNode, StringValueByKind) {
+    VORKXMLDocument doc("<ns2:status xmlns:ns2='urn:x' k=' v '><code> 42 </code></ns2:status>");
+    VORKXMLNode &root = doc.rootNode();
+    EXPECT_EQ(root.name(), "");
+    EXPECT_FALSE(root.stringValue());  // the document node
+    std::optional<VORKXMLNode> status = root.firstNodeForXPath("*");
+    ASSERT_TRUE(status);
+    EXPECT_EQ(status->name(), "ns2:status");
+    EXPECT_EQ(status->stringValue(), "status");  // an element answers its local name
+    EXPECT_EQ(status->integerValue(), 0);
+    EXPECT_EQ(status->stringForXPath("@k"), " v ");
+    EXPECT_EQ(status->stringForXPath("code/text()"), "42");
+    EXPECT_EQ(status->integerForXPath("code/text()"), 42);
+    EXPECT_EQ(status->stringForXPath("code"), "code");
+    EXPECT_EQ(status->integerForXPath("code"), 0);
+    EXPECT_FALSE(status->stringForXPath("missing"));
+    EXPECT_EQ(status->integerForXPath("missing"), 0);
+    EXPECT_NE(status->prettyXml().find("<code> 42 </code>"), std::string::npos);
+}
+
+TEST(VORKXMLNode, ErrorsAreKeptAcrossLaterSuccess) {
+    VORKXMLDocument doc("<a><b/></a>");
+    VORKXMLNode &root = doc.rootNode();
+    EXPECT_FALSE(root.lastError());
+    EXPECT_TRUE(root.nodesForXPath("a[").empty());
+    ASSERT_TRUE(root.lastError());
+    std::string first = root.lastError()->message;
+    EXPECT_EQ(root.nodesForXPath("a/b").size(), 1u);
+    ASSERT_TRUE(root.lastError());
+    EXPECT_EQ(root.lastError()->message, first);
+}
+
+TEST(VORKXMLDocument, FailedParseStillHasARootWrapper) {
+    VORKXMLDocument doc("<a>");
+    EXPECT_TRUE(doc.lastError());
+    EXPECT_FALSE(doc.xml());
+    EXPECT_TRUE(doc.rootNode().nodesForXPath("//*").empty());
+    EXPECT_FALSE(doc.rootNode().stringForXPath("a"));
+}
+
+TEST(VORKXMLDocument, FromFile) {
+    test::TempDir dir;
+    VORKXMLDocument doc = VORKXMLDocument::fromURL(dir.write("x.xml", "<a><b>1</b></a>").string());
+    EXPECT_FALSE(doc.lastError());
+    EXPECT_EQ(doc.rootNode().integerForXPath("a/b/text()"), 1);
+    VORKXMLDocument missing = VORKXMLDocument::fromURL((dir / "none.xml").string());
+    EXPECT_TRUE(missing.lastError());
+}
+
+}  // namespace
+}  // namespace vork
