@@ -1,0 +1,144 @@
+// Hardware identification on Linux: the UUID sources and the interface
+// list, read from files laid out in a sandboxed system root.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "base/Exception.h"
+#include "platform/MachineIdentity.h"
+#include "platform/NetworkInterfaces.h"
+#include "support/TempDir.h"
+#include "sysinfo/VORKHardwareIdentification.h"
+
+namespace vork::test {
+namespace {
+
+std::optional<std::string> linuxUuid() { return platform::machineIdentity().get()->hardwareUuid(); }
+
+const std::regex kUuidForm("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
+
+TEST(MachineIdentity, FirmwareUuidUpperCased) {
+    SystemRootSandbox sandbox;
+    sandbox.root().write("sys/class/dmi/id/product_uuid", "4c4c4544-0042-3510-8052-b4c04f4e3732\n");
+    sandbox.root().write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
+    EXPECT_EQ(linuxUuid(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
+    EXPECT_EQ(VORKHardwareIdentification::getHardwareUUID(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
+}
+
+TEST(MachineIdentity, PlaceholderFirmwareUuidFallsBackToMachineId) {
+    SystemRootSandbox sandbox;
+    sandbox.root().write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
+    std::optional<std::string> derived = linuxUuid();
+    ASSERT_TRUE(derived);
+    for (const char *placeholder : {"00000000-0000-0000-0000-000000000000", "ffffffff-ffff-ffff-ffff-ffffffffffff",
+                                    "not a uuid", "4c4c4544-0042-3510-8052-b4c04f4e373"}) {
+        sandbox.root().write("sys/class/dmi/id/product_uuid", placeholder);
+        EXPECT_EQ(linuxUuid(), derived) << placeholder;
+    }
+}
+
+TEST(MachineIdentity, MachineIdDerivationIsStableAndPrivate) {
+    SystemRootSandbox sandbox;
+    sandbox.root().write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
+    std::optional<std::string> first = linuxUuid();
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(std::regex_match(*first, kUuidForm)) << *first;
+    EXPECT_EQ((*first)[14], '4');  // version 4 layout
+    EXPECT_NE(std::string("89AB").find((*first)[19]), std::string::npos);
+    EXPECT_EQ(linuxUuid(), first);
+    // The machine id itself does not show through.
+    EXPECT_EQ(first->find("01234567"), std::string::npos);
+    sandbox.root().write("etc/machine-id", "fedcba9876543210fedcba9876543210\n");
+    std::optional<std::string> other = linuxUuid();
+    ASSERT_TRUE(other);
+    EXPECT_NE(other, first);
+}
+
+TEST(MachineIdentity, NoSourceRaises) {
+    SystemRootSandbox sandbox;
+    EXPECT_FALSE(linuxUuid());
+    sandbox.root().write("etc/machine-id", "uninitialized\n");
+    EXPECT_FALSE(linuxUuid());
+    try {
+        VORKHardwareIdentification::getHardwareUUID();
+        FAIL() << "no exception";
+    } catch (const Exception &e) {
+        EXPECT_EQ(e.name(), "NSInvalidArgumentException");
+    }
+}
+
+void addInterface(const SystemRootSandbox &sandbox, const std::string &name, int index,
+                  const std::optional<std::string> &address) {
+    sandbox.root().write("sys/class/net/" + name + "/ifindex", std::to_string(index) + "\n");
+    if (address) sandbox.root().write("sys/class/net/" + name + "/address", *address + "\n");
+}
+
+TEST(NetworkInterfaces, KernelOrderAndAddresses) {
+    SystemRootSandbox sandbox;
+    addInterface(sandbox, "wlan0", 3, "00:1c:42:aa:bb:03");
+    addInterface(sandbox, "lo", 1, "00:00:00:00:00:00");
+    addInterface(sandbox, "en0", 2, "00:1c:42:aa:bb:cc");
+    addInterface(sandbox, "tun0", 10, "");
+    addInterface(sandbox, "sit0", 4, std::nullopt);
+    std::vector<platform::NetworkInterface> list = platform::networkInterfaces().get()->list();
+    std::vector<std::pair<std::string, std::string>> seen;
+    for (const auto &interface : list) seen.emplace_back(interface.name, interface.hardwareAddress);
+    EXPECT_EQ(seen, (std::vector<std::pair<std::string, std::string>>{{"lo", ""},
+                                                                      {"en0", "00:1c:42:aa:bb:cc"},
+                                                                      {"wlan0", "00:1c:42:aa:bb:03"},
+                                                                      {"sit0", ""},
+                                                                      {"tun0", ""}}));
+}
+
+TEST(NetworkInterfaces, NoInterfaceFolderIsAnEmptyList) {
+    SystemRootSandbox sandbox;
+    EXPECT_TRUE(platform::networkInterfaces().get()->list().empty());
+}
+
+class CountingInterfaces : public platform::NetworkInterfaces {
+public:
+    std::vector<platform::NetworkInterface> list() override {
+        ++calls;
+        return interfaces;
+    }
+    std::vector<platform::NetworkInterface> interfaces;
+    int calls = 0;
+};
+
+TEST(MacAddressCache, FilledOnceInTheDottedForm) {
+    auto fake = std::make_shared<CountingInterfaces>();
+    fake->interfaces = {{"en0", "00:1c:42:aa:bb:cc"}, {"en1", ""}, {"", "11:22:33:44:55:66"}, {"en0", "00:00:5e:00:53:01"}};
+    auto guard = platform::networkInterfaces().install(fake);
+    MacAddressCache cache;
+    MacAddressTable table = cache.addresses();
+    EXPECT_EQ(table, (MacAddressTable{{"en0", "00.00.5e.00.53.01"}, {"en1", ""}}));  // later name wins, unnamed skipped
+    fake->interfaces.push_back({"en2", "aa:aa:aa:aa:aa:aa"});
+    EXPECT_EQ(cache.addresses(), table);
+    EXPECT_EQ(fake->calls, 1);
+}
+
+TEST(MacAddressCache, EmptyTableIsFilledAgain) {
+    auto fake = std::make_shared<CountingInterfaces>();
+    auto guard = platform::networkInterfaces().install(fake);
+    MacAddressCache cache;
+    EXPECT_TRUE(cache.addresses().empty());
+    EXPECT_TRUE(cache.addresses().empty());
+    EXPECT_EQ(fake->calls, 2);
+    fake->interfaces = {{"en1", "00:1c:42:aa:bb:01"}};
+    EXPECT_EQ(cache.addresses().at("en1"), "00.1c.42.aa.bb.01");
+    EXPECT_EQ(fake->calls, 3);
+}
+
+TEST(HardwareIdentification, PrimaryAndAlternativeAddresses) {
+    // The only test here that fills the process-wide table.
+    auto fake = std::make_shared<CountingInterfaces>();
+    fake->interfaces = {{"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}};
+    auto guard = platform::networkInterfaces().install(fake);
+    EXPECT_EQ(VORKHardwareIdentification::getMacAddress(), "00.1c.42.aa.bb.cc");
+    EXPECT_EQ(VORKHardwareIdentification::getAltMacAddress(), "");
+    EXPECT_EQ(VORKHardwareIdentification::getAllMacAddresses().size(), 2u);
+    EXPECT_EQ(fake->calls, 1);
+}
+
+}  // namespace
+}  // namespace vork::test
