@@ -1,0 +1,79 @@
+#include "ZelTestSupport.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <VORKCoreCommC/VORKCoreCommC.h>
+#include <gtest/gtest.h>
+
+#include "message/VCCMessage.h"
+
+namespace vork::test {
+
+namespace {
+// The session and its default log exist before any test installs a log of
+// its own, so a recording log is not replaced by the first server call.
+class SessionEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { verifyZelInterface(); }
+};
+const auto *const kEnvironment = ::testing::AddGlobalTestEnvironment(new SessionEnvironment);
+}  // namespace
+
+void useServer(const RefServer &server) {
+    setZelUrl(server.url().c_str());
+    setZelUsername(server.user().c_str());
+    setZelPassword(server.password().c_str());
+    setAllowInvalidCertificate(server.tls() ? 1 : 0);
+}
+
+std::vector<Json> clientRequests(const RefServer &server) {
+    std::vector<Json> out;
+    Json all = Json::parse(server.requests());
+    for (const Json &record : all.items)
+        if (record["path"].text == "/client" && record["bodyLength"].number > 0) out.push_back(record);
+    return out;
+}
+
+Json lastClientRequest(const RefServer &server) {
+    auto all = clientRequests(server);
+    EXPECT_FALSE(all.empty()) << "the server saw no message";
+    return all.empty() ? Json() : all.back();
+}
+
+size_t emptyClientPosts(const RefServer &server) {
+    size_t n = 0;
+    for (const Json &record : Json::parse(server.requests()).items)
+        if (record["path"].text == "/client" && record["bodyLength"].number == 0) ++n;
+    return n;
+}
+
+std::vector<std::pair<std::string, std::string>> fieldsOf(const Json &record) {
+    std::vector<std::pair<std::string, std::string>> out;
+    for (const Json &field : record["fields"].items) out.emplace_back(field["name"].text, field["text"].text);
+    return out;
+}
+
+int statusCodeOf(std::string_view xml) {
+    VCCMessage message;
+    message.loadFromXmlData(xml);
+    auto content = message.content();
+    return content && content->status() ? content->status()->code() : -1;
+}
+
+int closedPort() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
+    ::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
+    int port = ntohs(address.sin_port);
+    ::close(fd);
+    return port;
+}
+
+}  // namespace vork::test
