@@ -1,0 +1,151 @@
+// Server calls from the shell: one command per call of the library's C
+// interface, each with the session options of Session.h.
+#include <VORKCoreCommC/VORKCoreCommC.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "Command.h"
+#include "Session.h"
+
+namespace vorkcomm {
+namespace {
+
+const bool kSwitches = [] {
+    addSwitch("invalidate");
+    return true;
+}();
+
+bool parseInt(const std::string &text, int &value) {
+    if (text.empty()) return false;
+    errno = 0;
+    char *end = nullptr;
+    long parsed = std::strtol(text.c_str(), &end, 10);
+    if (errno != 0 || *end != '\0' || parsed < INT_MIN || parsed > INT_MAX) return false;
+    value = static_cast<int>(parsed);
+    return true;
+}
+
+// Runs a call after the session is configured; prints and maps its answer.
+template <class Call>
+int serverCall(const Options &o, const char *what, Call &&call) {
+    if (int rc = configureSession(o); rc != kExitOk) return rc;
+    return reportAnswer(call(), o, what);
+}
+
+int usageError(const char *usage) {
+    std::fprintf(stderr, "usage: vorkcomm %s\n", usage);
+    return kExitUsage;
+}
+
+// Commands taking one integer argument.
+template <class Fn>
+int withNumber(const Options &o, const char *usage, const char *what, Fn fn) {
+    int value = 0;
+    if (o.positional.size() != 1 || !parseInt(o.positional[0], value)) return usageError(usage);
+    return serverCall(o, what, [&] { return fn(value); });
+}
+
+int keepAliveCommand(const Options &o) {
+    if (!o.positional.empty()) return usageError("keep-alive [--invalidate] [session options]");
+    return serverCall(o, "keep-alive", [&] { return keepAlive(o.has("invalidate") ? 1 : 0); });
+}
+
+int inventoryPrefsCommand(const Options &o) {
+    if (!o.positional.empty()) return usageError("inventory-prefs [session options]");
+    return serverCall(o, "inventory-prefs", [] { return computerInventoryPrefs(); });
+}
+
+int sitePrivilegesCommand(const Options &o) {
+    if (o.positional.size() != 1) return usageError("site-privileges APPLICATION [session options]");
+    return serverCall(o, "site-privileges", [&] { return clientSitePrivileges(o.positional[0].c_str()); });
+}
+
+int siteSelectCommand(const Options &o) {
+    return withNumber(o, "site-select SITE-ID [session options]", "site-select",
+                      [](int id) { return clientSiteSelection(id); });
+}
+
+int adminSaveCommand(const Options &o) {
+    std::string xml;
+    if (o.has("file")) {
+        std::ifstream in(o.get("file"));
+        if (!in) {
+            std::fprintf(stderr, "vorkcomm: cannot read %s\n", o.get("file").c_str());
+            return kExitUsage;
+        }
+        std::ostringstream text;
+        text << in.rdbuf();
+        xml = text.str();
+    } else if (o.positional.size() == 1) {
+        xml = o.positional[0];
+    } else {
+        return usageError("admin-save (XML | --file PATH) [session options]");
+    }
+    return serverCall(o, "admin-save", [&] { return adminSave(xml.c_str()); });
+}
+
+int adminAddObjectCommand(const Options &o) {
+    if (!o.positional.empty()) return usageError("admin-add-object [session options]");
+    return serverCall(o, "admin-add-object", [] { return adminAddObject(); });
+}
+
+int printerInfoCommand(const Options &o) {
+    return withNumber(o, "printer-info PRINTER-ID [session options]", "printer-info",
+                      [](int id) { return getPrinterInfo(id); });
+}
+
+int scriptDataCommand(const Options &o) {
+    return withNumber(o, "script-data SCRIPT-ID [session options]", "script-data",
+                      [](int id) { return retrieveScriptData(id); });
+}
+
+int udidCommand(const Options &o) {
+    const char *udid = getUdid();
+    if (!udid || !*udid) {
+        std::fprintf(stderr, "no hardware UUID on this machine\n");
+        return kExitFailure;
+    }
+    std::printf("%s\n", udid);
+    return kExitOk;
+}
+
+int cleanXmlCommand(const Options &o) {
+    if (o.positional.size() != 1) return usageError("clean-xml TEXT");
+    const char *cleaned = removeInvalidXmlData(o.positional[0].c_str());
+    if (!cleaned) {
+        std::fprintf(stderr, "vorkcomm: the text is not UTF-8\n");
+        return kExitFailure;
+    }
+    std::printf("%s\n", cleaned);
+    return kExitOk;
+}
+
+std::string withSession(const char *arguments) {
+    std::string usage = arguments;
+    if (!usage.empty()) usage += " ";
+    return usage + kSessionUsage;
+}
+
+CommandRegistrar r1({"keep-alive", withSession("[--invalidate]"), "keep the server session alive", keepAliveCommand});
+CommandRegistrar r2({"inventory-prefs", withSession(""), "the server's inventory collection preferences",
+                     inventoryPrefsCommand});
+CommandRegistrar r3({"site-privileges", withSession("APPLICATION"), "sites the user may work in for an application",
+                     sitePrivilegesCommand});
+CommandRegistrar r4({"site-select", withSession("SITE-ID"), "tell the server which site was chosen",
+                     siteSelectCommand});
+CommandRegistrar r5({"admin-save", withSession("(XML | --file PATH)"), "save objects (command-data element)",
+                     adminSaveCommand});
+CommandRegistrar r6({"admin-add-object", withSession(""), "what the server offers for a new object",
+                     adminAddObjectCommand});
+CommandRegistrar r7({"printer-info", withSession("PRINTER-ID"), "a printer's definition", printerInfoCommand});
+CommandRegistrar r8({"script-data", withSession("SCRIPT-ID"), "a script's data", scriptDataCommand});
+CommandRegistrar r9({"udid", "", "this machine's hardware UUID", udidCommand});
+CommandRegistrar r10({"clean-xml", "TEXT", "remove references to characters XML forbids", cleanXmlCommand});
+
+}  // namespace
+}  // namespace vorkcomm
