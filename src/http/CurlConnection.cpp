@@ -82,11 +82,12 @@ bool OutputFile::append(const char *data, size_t length) {
     return true;
 }
 
-class Loader;
+class Driver;
 
 struct Connection::Job : std::enable_shared_from_this<Connection::Job> {
     ConnectionRequest request;
     std::shared_ptr<RunLoop> loop;
+    Driver *driver = nullptr;
 
     // Starting thread only.
     ConnectionDelegate *delegate = nullptr;
@@ -129,7 +130,7 @@ struct Connection::Job : std::enable_shared_from_this<Connection::Job> {
     // Loader thread: queues an event; reports that end or start something
     // wake the starting thread at once, progress waits a little.
     void queue(Event event, bool urgent);
-    bool flushIfDue(Clock::time_point now);
+    bool flushIfDue(Clock::time_point now, bool force = false);
     void post();
 
     // Starting thread.
@@ -174,11 +175,11 @@ void Connection::Job::queue(Event event, bool urgent) {
     if (wake) post();
 }
 
-bool Connection::Job::flushIfDue(Clock::time_point now) {
+bool Connection::Job::flushIfDue(Clock::time_point now, bool force) {
     bool wake = false;
     {
         std::lock_guard<std::mutex> lock(mutex);
-        if (postDue && !drainPosted && now - firstUnposted >= kProgressPostInterval) {
+        if (postDue && !drainPosted && (force || now - firstUnposted >= kProgressPostInterval)) {
             postDue = false;
             drainPosted = true;
             wake = true;
@@ -188,8 +189,35 @@ bool Connection::Job::flushIfDue(Clock::time_point now) {
     return wake;
 }
 
-// The process-wide loader: one thread driving one curl multi handle.
-class Loader {
+// Drives connections with one curl multi handle on one thread.
+class Driver {
+public:
+    enum class Kind { Add, Cancel, Resume, Ack };
+    virtual ~Driver() = default;
+    // Safe from the job's starting thread.
+    virtual void command(Kind kind, std::shared_ptr<Connection::Job> job, std::shared_ptr<OutputFile> file = nullptr) = 0;
+
+protected:
+    struct Command {
+        Kind kind;
+        std::shared_ptr<Connection::Job> job;
+        std::shared_ptr<OutputFile> file;
+    };
+
+    void apply(Command &command);
+    void begin(const std::shared_ptr<Connection::Job> &job);
+    void finish(CURL *easy, CURLcode result);
+    void end(std::shared_ptr<Connection::Job> job);
+    void checkIdle();
+    void readMessages();
+
+    CURLM *multi_ = nullptr;
+    std::unordered_map<CURL *, std::shared_ptr<Connection::Job>> active_;
+};
+
+// The process-wide loader: one thread of its own driving one curl multi
+// handle, so connections are shared by every asynchronous transfer.
+class Loader : public Driver {
 public:
     static Loader &shared() {
         // Never destroyed: the thread lives as long as the process.
@@ -197,8 +225,7 @@ public:
         return *loader;
     }
 
-    enum class Kind { Add, Cancel, Resume, Ack };
-    void command(Kind kind, std::shared_ptr<Connection::Job> job, std::shared_ptr<OutputFile> file = nullptr) {
+    void command(Kind kind, std::shared_ptr<Connection::Job> job, std::shared_ptr<OutputFile> file) override {
         {
             std::lock_guard<std::mutex> lock(mutex_);
             commands_.push_back(Command{kind, std::move(job), std::move(file)});
@@ -207,31 +234,121 @@ public:
     }
 
 private:
-    struct Command {
-        Kind kind;
-        std::shared_ptr<Connection::Job> job;
-        std::shared_ptr<OutputFile> file;
-    };
-
     Loader() {
-        curl_global_init(CURL_GLOBAL_DEFAULT);
         multi_ = curl_multi_init();
         thread_ = std::thread([this] { run(); });
         thread_.detach();
     }
-
     void run();
-    void apply(Command &command);
-    void begin(const std::shared_ptr<Connection::Job> &job);
-    void finish(CURL *easy, CURLcode result);
-    void end(std::shared_ptr<Connection::Job> job);
-    void checkIdle();
 
     std::mutex mutex_;
     std::vector<Command> commands_;
-    CURLM *multi_ = nullptr;
     std::thread thread_;
-    std::unordered_map<CURL *, std::shared_ptr<Connection::Job>> active_;
+};
+
+// Drives synchronous exchanges on the calling thread itself, through its
+// run loop (curl's sockets and timer become run-loop sources): the bytes
+// move while the thread waits for the answer anyway, and a short exchange
+// pays for no thread hand-over. Connections are kept per thread.
+class LocalDriver : public Driver {
+public:
+    static LocalDriver &current() {
+        thread_local LocalDriver driver;
+        return driver;
+    }
+    ~LocalDriver() override {
+        std::vector<std::shared_ptr<Connection::Job>> jobs;
+        for (auto &entry : active_) jobs.push_back(entry.second);
+        for (auto &job : jobs) end(job);
+        for (auto &entry : watches_) loop_->unwatch(entry.second);
+        if (timer_) loop_->cancelTimer(timer_);
+        if (idleTimer_) loop_->cancelTimer(idleTimer_);
+        curl_multi_cleanup(multi_);
+    }
+
+    void command(Kind kind, std::shared_ptr<Connection::Job> job, std::shared_ptr<OutputFile> file) override {
+        Command c{kind, std::move(job), std::move(file)};
+        apply(c);
+        readMessages();
+        armIdleCheck();
+    }
+
+private:
+    LocalDriver() : loop_(RunLoop::current()) {
+        multi_ = curl_multi_init();
+        curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, onSocket);
+        curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+        curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, onTimer);
+        curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    }
+
+    static int onSocket(CURL *, curl_socket_t fd, int what, void *user, void *) {
+        auto *self = static_cast<LocalDriver *>(user);
+        auto it = self->watches_.find(fd);
+        if (what == CURL_POLL_REMOVE) {
+            if (it != self->watches_.end()) {
+                self->loop_->unwatch(it->second);
+                self->watches_.erase(it);
+            }
+            return 0;
+        }
+        unsigned events = 0;
+        if (what & CURL_POLL_IN) events |= RunLoop::Readable;
+        if (what & CURL_POLL_OUT) events |= RunLoop::Writable;
+        if (it != self->watches_.end()) {
+            self->loop_->modifyWatch(it->second, events);
+        } else {
+            try {
+                self->watches_[fd] = self->loop_->watch(fd, events, [self, fd](unsigned ready) {
+                    int mask = 0;
+                    if (ready & RunLoop::Readable) mask |= CURL_CSELECT_IN;
+                    if (ready & RunLoop::Writable) mask |= CURL_CSELECT_OUT;
+                    if (ready & RunLoop::Error) mask |= CURL_CSELECT_ERR;
+                    self->socketAction(fd, mask);
+                });
+            } catch (...) {
+                return -1;
+            }
+        }
+        return 0;
+    }
+
+    static int onTimer(CURLM *, long timeoutMs, void *user) {
+        auto *self = static_cast<LocalDriver *>(user);
+        if (self->timer_) self->loop_->cancelTimer(self->timer_);
+        self->timer_ = 0;
+        if (timeoutMs >= 0) {
+            self->timer_ = self->loop_->addTimer(RunLoop::Seconds(timeoutMs / 1000.0), [self] {
+                self->timer_ = 0;
+                self->socketAction(CURL_SOCKET_TIMEOUT, 0);
+            });
+        }
+        return 0;
+    }
+
+    void socketAction(curl_socket_t fd, int mask) {
+        int running = 0;
+        curl_multi_socket_action(multi_, fd, mask, &running);
+        readMessages();
+        // Same thread: progress is handed over at once.
+        const auto now = Clock::now();
+        for (auto &entry : active_) entry.second->flushIfDue(now, true);
+    }
+
+    // The idle time-out is checked every 0.1 s while exchanges run.
+    void armIdleCheck() {
+        if (idleTimer_ || active_.empty()) return;
+        idleTimer_ = loop_->addTimer(RunLoop::Seconds(0.1), [this] {
+            idleTimer_ = 0;
+            checkIdle();
+            armIdleCheck();
+        });
+    }
+
+    std::shared_ptr<RunLoop> loop_;
+    std::unordered_map<curl_socket_t, uint64_t> watches_;
+    uint64_t timer_ = 0;
+    uint64_t idleTimer_ = 0;
 };
 
 namespace {
@@ -346,7 +463,7 @@ int onProgress(void *user, curl_off_t, curl_off_t downloaded, curl_off_t uploadT
 
 }  // namespace
 
-void Loader::begin(const std::shared_ptr<Connection::Job> &job) {
+void Driver::begin(const std::shared_ptr<Connection::Job> &job) {
     const ConnectionRequest &r = job->request;
     CURL *easy = curl_easy_init();
     job->easy = easy;
@@ -448,7 +565,7 @@ void Loader::begin(const std::shared_ptr<Connection::Job> &job) {
     curl_multi_add_handle(multi_, easy);
 }
 
-void Loader::end(std::shared_ptr<Connection::Job> job) {
+void Driver::end(std::shared_ptr<Connection::Job> job) {
     curl_multi_remove_handle(multi_, job->easy);
     active_.erase(job->easy);
     curl_easy_cleanup(job->easy);
@@ -459,7 +576,7 @@ void Loader::end(std::shared_ptr<Connection::Job> job) {
     }
 }
 
-void Loader::finish(CURL *easy, CURLcode result) {
+void Driver::finish(CURL *easy, CURLcode result) {
     auto it = active_.find(easy);
     if (it == active_.end()) return;
     std::shared_ptr<Connection::Job> job = it->second;
@@ -485,7 +602,7 @@ void Loader::finish(CURL *easy, CURLcode result) {
     job->queue(std::move(event), true);
 }
 
-void Loader::checkIdle() {
+void Driver::checkIdle() {
     const auto now = Clock::now();
     std::vector<std::shared_ptr<Connection::Job>> expired;
     for (auto &[easy, job] : active_) {
@@ -507,7 +624,7 @@ void Loader::checkIdle() {
     }
 }
 
-void Loader::apply(Command &command) {
+void Driver::apply(Command &command) {
     auto &job = command.job;
     switch (command.kind) {
     case Kind::Add:
@@ -533,6 +650,13 @@ void Loader::apply(Command &command) {
     }
 }
 
+void Driver::readMessages() {
+    int left = 0;
+    while (CURLMsg *message = curl_multi_info_read(multi_, &left)) {
+        if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
+    }
+}
+
 void Loader::run() {
     for (;;) {
         std::vector<Command> commands;
@@ -544,10 +668,7 @@ void Loader::run() {
 
         int running = 0;
         curl_multi_perform(multi_, &running);
-        int left = 0;
-        while (CURLMsg *message = curl_multi_info_read(multi_, &left)) {
-            if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
-        }
+        readMessages();
         checkIdle();
         // Wake for socket activity, curl's own timers, a command, or the next
         // progress post and idle check.
@@ -572,7 +693,7 @@ void Connection::Job::drain() {
         }
     }
     auto self = shared_from_this();
-    if (resume) Loader::shared().command(Loader::Kind::Resume, self);
+    if (resume) driver->command(Driver::Kind::Resume, self);
     for (Event &e : batch) {
         if (!delegate) return;
         try {
@@ -580,7 +701,7 @@ void Connection::Job::drain() {
             case Event::Response:
                 delegate->connectionDidReceiveResponse(e.status, e.contentLength);
                 if (e.needsAck && delegate)
-                    Loader::shared().command(Loader::Kind::Ack, self, delegate->connectionOutputFile());
+                    driver->command(Driver::Kind::Ack, self, delegate->connectionOutputFile());
                 break;
             case Event::Data:
                 delegate->connectionDidReceiveData(e.bytes, e.length);
@@ -601,13 +722,18 @@ void Connection::Job::drain() {
     }
 }
 
-std::shared_ptr<Connection> Connection::start(ConnectionRequest request, ConnectionDelegate *delegate) {
+std::shared_ptr<Connection> Connection::start(ConnectionRequest request, ConnectionDelegate *delegate,
+                                              bool onCallingThread) {
+    static std::once_flag initialized;
+    std::call_once(initialized, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     auto job = std::make_shared<Job>();
     job->request = std::move(request);
     job->loop = RunLoop::current();
     job->delegate = delegate;
-    Loader::shared().command(Loader::Kind::Add, job);
-    return std::shared_ptr<Connection>(new Connection(job));
+    job->driver = onCallingThread ? static_cast<Driver *>(&LocalDriver::current()) : &Loader::shared();
+    std::shared_ptr<Connection> connection(new Connection(job));
+    job->driver->command(Driver::Kind::Add, job);
+    return connection;
 }
 
 void Connection::cancel() {
@@ -618,7 +744,7 @@ void Connection::cancel() {
         job_->cancelled = true;
         job_->events.clear();
     }
-    Loader::shared().command(Loader::Kind::Cancel, job_);
+    job_->driver->command(Driver::Kind::Cancel, job_);
     job_.reset();
 }
 

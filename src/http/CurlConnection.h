@@ -10,7 +10,8 @@
 // in-memory body bytes are bounded: past a cap the transfer is paused until
 // the starting thread catches up. A body that goes to a file is written by
 // the loader thread as it arrives, and only its length travels to the
-// starting thread.
+// starting thread. A synchronous exchange, whose caller pumps its loop
+// until the end anyway, can instead move its bytes on the calling thread.
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -85,8 +86,11 @@ public:
 
 class Connection {
 public:
-    // Starts at once; reports reach `delegate` on the calling thread's run loop.
-    static std::shared_ptr<Connection> start(ConnectionRequest request, ConnectionDelegate *delegate);
+    // Starts at once; reports reach `delegate` on the calling thread's run
+    // loop. The bytes move on the loader thread, or with onCallingThread on
+    // the calling thread while it runs its loop (for a caller that waits).
+    static std::shared_ptr<Connection> start(ConnectionRequest request, ConnectionDelegate *delegate,
+                                             bool onCallingThread = false);
     ~Connection();
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;

@@ -149,7 +149,7 @@ void VORKHTTPRequest::initializeConnection() {
     }
     request.outputFile = fileHandle_;
     request.resumeOffset = resumeFromLocation_;
-    connection_ = http::Connection::start(std::move(request), this);
+    connection_ = http::Connection::start(std::move(request), this, synchronous_);
 }
 
 void VORKHTTPRequest::initializeOutputFile() {
@@ -179,7 +179,15 @@ void VORKHTTPRequest::waitUntilCompleted() {
 }
 
 std::shared_ptr<VORKHTTPResponse> VORKHTTPRequest::submitRequestWithout416Check() {
-    prepareForRequest();
+    // The caller waits here until the end, so the bytes move on this thread.
+    synchronous_ = true;
+    try {
+        prepareForRequest();
+    } catch (...) {
+        synchronous_ = false;
+        throw;
+    }
+    synchronous_ = false;
     waitUntilCompleted();
     if (error_) {
         const std::string reason = error_->localizedDescription();

@@ -223,6 +223,7 @@ private:
     std::shared_ptr<http::OutputFile> fileHandle_;
     uint32_t lastUploadBytes_ = 0;
     int32_t uploadWrapQty_ = 0;
+    bool synchronous_ = false;  // the submission being prepared waits for its end
 };
 
 }  // namespace vork

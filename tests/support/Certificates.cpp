@@ -1,4 +1,4 @@
-#include "support/Certificates.h"
+#include "Certificates.h"
 
 #include <cstdio>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "support/Nginx.h"
+#include "Nginx.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "support/Certificates.h"
+#include "Certificates.h"
 
 namespace vork::test {
 

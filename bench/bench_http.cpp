@@ -1,0 +1,180 @@
+// HTTP transfers against curl, in one run, on loopback nginx (started and
+// stopped here): downloads through the transfer C functions polled as fast
+// as they allow and with 250 ms sleeps, uploads from a file, over HTTP and
+// HTTPS; peak memory above idle; and the latency of a synchronous 1 KiB XML
+// POST against a plain libcurl request in this process.
+//
+//   bench_http [bytes]      (default 1 GiB)
+#include <VORKCoreCommC/VORKCoreCommC.h>
+#include <curl/curl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+#include "http/VORKHTTPRequest.h"
+#include "support/BenchSupport.h"
+
+// The nginx launcher the tests use.
+#include "../tests/support/Certificates.cpp"
+#include "../tests/support/Nginx.cpp"
+
+namespace fs = std::filesystem;
+using namespace vork::bench;
+
+namespace {
+
+struct Measured {
+    double seconds = -1;
+    double peakAboveIdleMiB = 0;
+};
+
+// Runs one transfer through the C functions; sleepMs 0 polls as fast as the
+// functions allow.
+Measured runTransfer(const std::function<void()> &init, int sleepMs) {
+    Measured m;
+    const long idle = currentRssKiB();
+    resetPeakRss();
+    m.seconds = secondsOf([&] {
+        init();
+        const char *failure = httpTransferStart();
+        if (failure && *failure) std::fprintf(stderr, "start failed: %s\n", failure);
+        for (;;) {
+            if (sleepMs) std::this_thread::sleep_for(std::chrono::milliseconds(sleepMs));
+            if (httpTransferIsComplete()) break;
+            httpTransferProgress();
+        }
+    });
+    const int code = httpResponseCode();
+    if (code != 200) {
+        std::fprintf(stderr, "transfer answered %d: %s\n", code, httpTransferError());
+        m.seconds = -1;
+    }
+    httpTransferRelease();
+    m.peakAboveIdleMiB = (peakRssKiB() - idle) / 1024.0;
+    return m;
+}
+
+double best(double a, double b) {
+    if (a < 0) return b;
+    if (b < 0) return a;
+    return std::min(a, b);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const unsigned long long size = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : (1ULL << 30);
+    char pattern[] = "/tmp/bench_http.XXXXXX";
+    const std::string work = ::mkdtemp(pattern);
+    std::printf("bench_http: %llu bytes, work folder %s\n", size, work.c_str());
+    double latencyOurs = 0, latencyCurl = 0, latencyCApi = 0;
+    std::vector<Row> rows, memory;
+    {
+        vork::test::NginxOptions options;
+        options.accessLog = false;
+        vork::test::Nginx nginx(work + "/nginx", options);
+        makeFile(nginx.wwwFolder() + "/big.bin", size);
+        const std::string upload = work + "/upload.bin";
+        fs::copy_file(nginx.wwwFolder() + "/big.bin", upload);
+        const std::string out = work + "/out.bin";
+
+        for (const bool tls : {false, true}) {
+            const std::string scheme = tls ? "HTTPS" : "HTTP";
+            const std::string url = tls ? nginx.httpsUrl("/big.bin") : nginx.httpUrl("/big.bin");
+            const std::string uploadUrl = tls ? nginx.httpsUrl("/upload") : nginx.httpUrl("/upload");
+            const std::string k = tls ? " -k" : "";
+            auto curlDownload = [&] {
+                fs::remove(out);
+                return timeCommand("curl -s -f" + k + " -o '" + out + "' '" + url + "'");
+            };
+            auto curlUpload = [&] {
+                return timeCommand("curl -s -f" + k + " -o /dev/null -X POST -T '" + upload + "' '" + uploadUrl + "'");
+            };
+            auto download = [&](int sleepMs) {
+                fs::remove(out);
+                return runTransfer(
+                    [&] { httpTransferInitDownload(url.c_str(), tls, nullptr, nullptr, nullptr, nullptr, out.c_str()); },
+                    sleepMs);
+            };
+            auto uploadRun = [&] {
+                return runTransfer(
+                    [&] { httpTransferInit(uploadUrl.c_str(), tls, nullptr, nullptr, nullptr, upload.c_str()); }, 0);
+            };
+
+            double curlDown = best(curlDownload(), curlDownload());
+            Measured fast1 = download(0), fast2 = download(0);
+            Measured slow1 = download(250), slow2 = download(250);
+            double curlUp = best(curlUpload(), curlUpload());
+            Measured up1 = uploadRun(), up2 = uploadRun();
+
+            rows.push_back({scheme + " download, fast polling", best(fast1.seconds, fast2.seconds), curlDown, "curl", 0.9});
+            rows.push_back({scheme + " download, 250 ms polling", best(slow1.seconds, slow2.seconds), curlDown, "curl", 0.9});
+            rows.push_back({scheme + " upload from file", best(up1.seconds, up2.seconds), curlUp, "curl", 0.9});
+            // (a floor of 0.01 MiB keeps the ratio printable when nothing grew)
+            auto mib = [](const Measured &a, const Measured &b) {
+                return std::max(0.01, std::max(a.peakAboveIdleMiB, b.peakAboveIdleMiB));
+            };
+            memory.push_back({scheme + " download fast, MiB above idle", mib(fast1, fast2), 64, "64 MiB", 1.0});
+            memory.push_back({scheme + " download 250 ms, MiB above idle", mib(slow1, slow2), 64, "64 MiB", 1.0});
+            memory.push_back({scheme + " upload, MiB above idle", mib(up1, up2), 64, "64 MiB", 1.0});
+        }
+        fs::remove(out);
+
+        // Latency of one synchronous 1 KiB XML POST.
+        const std::string body = "<request>" + std::string(1024 - 19, 'x') + "</request>";
+        const std::string postUrl = nginx.httpUrl("/upload");
+        const int rounds = 2000;
+        {
+            vork::VORKHTTPRequest warm(postUrl, body);
+            warm.submitRequest();
+        }
+        latencyOurs = secondsOf([&] {
+            for (int i = 0; i < rounds; ++i) {
+                vork::VORKHTTPRequest request(postUrl, body);
+                request.submitRequest();
+            }
+        }) / rounds;
+        latencyCApi = secondsOf([&] {
+            for (int i = 0; i < rounds; ++i) {
+                httpTransferInit(postUrl.c_str(), false, nullptr, nullptr, body.c_str(), nullptr);
+                httpSubmitRequest();
+            }
+        }) / rounds;
+        httpTransferRelease();
+        CURL *easy = curl_easy_init();
+        curl_slist *headers = curl_slist_append(nullptr, "Content-Type: application/xml; charset=utf-8");
+        std::string sink;
+        curl_easy_setopt(easy, CURLOPT_URL, postUrl.c_str());
+        curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.c_str());
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, +[](char *p, size_t s, size_t n, void *u) {
+            static_cast<std::string *>(u)->append(p, s * n);
+            return s * n;
+        });
+        curl_easy_setopt(easy, CURLOPT_WRITEDATA, &sink);
+        curl_easy_perform(easy);
+        latencyCurl = secondsOf([&] {
+            for (int i = 0; i < rounds; ++i) {
+                sink.clear();
+                curl_easy_perform(easy);
+            }
+        }) / rounds;
+        curl_slist_free_all(headers);
+        curl_easy_cleanup(easy);
+    }
+    fs::remove_all(work);
+
+    printTable("HTTP transfers vs curl (" + std::to_string(size) + " bytes, loopback nginx)", rows);
+    printTable("Peak memory of the transfer above idle (goal: under 64 MiB)", memory, "MiB");
+    printTable("Synchronous 1 KiB XML POST latency vs plain libcurl (goal: at most 1.2 times)",
+               {{"VORKHTTPRequest submitRequest", latencyOurs * 1e6, latencyCurl * 1e6, "libcurl easy", 1 / 1.2},
+                {"httpTransferInit + httpSubmitRequest", latencyCApi * 1e6, latencyCurl * 1e6, "libcurl easy", 1 / 1.2}},
+               "us");
+    return 0;
+}
