@@ -1,0 +1,175 @@
+// Keep-alive round trips against the reference server on 127.0.0.1:
+//  - keepAlive() through the C interface (build the message, POST it, parse
+//    and re-serialise the reply) versus the same request bytes posted with a
+//    plain libcurl easy handle in the same process (goal: at most 1.2 times
+//    the libcurl time per call);
+//  - keepAlive() calls per second over the reused connection.
+#include <VORKCoreCommC/VORKCoreCommC.h>
+#include <curl/curl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/BenchSupport.h"
+#include "message/Constants.h"
+#include "util/Base64.h"
+#include "zel/ZelCalls.h"
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr const char *kUser = "agent";
+constexpr const char *kPassword = "bench-password";
+
+struct Server {
+    pid_t pid = -1;
+    std::string port;
+    fs::path dir;
+
+    bool start() {
+        char pattern[] = "/tmp/bench-keepalive-XXXXXX";
+        if (!::mkdtemp(pattern)) return false;
+        dir = pattern;
+        std::ofstream(dir / "pw") << kPassword << "\n";
+        std::string script = std::string(VORK_SOURCE_DIR) + "/tools/refserver/refserver.py";
+        std::string portFile = (dir / "port").string(), pwFile = (dir / "pw").string();
+        pid = ::fork();
+        if (pid == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+            std::freopen("/dev/null", "w", stdout);
+            std::freopen("/dev/null", "w", stderr);
+            std::vector<std::string> args = {"python3", script, "--port", "0", "--port-file", portFile,
+                                             "--user", kUser, "--password-file", pwFile};
+            std::vector<char *> argv;
+            for (auto &a : args) argv.push_back(a.data());
+            argv.push_back(nullptr);
+            if (::access("/usr/bin/python3", X_OK) == 0) ::execv("/usr/bin/python3", argv.data());
+            ::execvp("python3", argv.data());
+            ::_exit(127);
+        }
+        for (int i = 0; i < 400; ++i) {
+            std::ifstream in(portFile);
+            std::getline(in, port);
+            if (!port.empty()) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+    ~Server() {
+        if (pid > 0) {
+            ::kill(pid, SIGTERM);
+            ::waitpid(pid, nullptr, 0);
+        }
+        std::error_code ec;
+        if (!dir.empty()) fs::remove_all(dir, ec);
+    }
+};
+
+size_t collect(char *data, size_t size, size_t count, void *out) {
+    static_cast<std::string *>(out)->append(data, size * count);
+    return size * count;
+}
+
+double median(std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+}  // namespace
+
+int main() {
+    Server server;
+    if (!server.start()) {
+        std::fprintf(stderr, "bench_keepalive: the reference server did not start\n");
+        return 1;
+    }
+    const std::string base = "http://127.0.0.1:" + server.port;
+    setZelUrl(base.c_str());
+    setZelUsername(kUser);
+    setZelPassword(kPassword);
+    setAllowInvalidCertificate(0);
+
+    // The bytes the library posts, for the plain libcurl side.
+    vork::ZelCallKeepAlive call;
+    auto message = call.createKeepAliveRequest();
+    message->setApplication(std::string(vork::kApplicationIdentifier));
+    std::string body = message->saveToXmlData().value_or("");
+    std::string auth = "Authorization: Basic " + vork::util::base64EncodedString(std::string(kUser) + ":" + kPassword);
+
+    CURL *easy = curl_easy_init();
+    std::string reply;
+    curl_slist *headers = nullptr;
+    headers = curl_slist_append(headers, "Content-Type: application/xml; charset=utf-8");
+    headers = curl_slist_append(headers, auth.c_str());
+    std::string url = base + "/client";
+    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.data());
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, collect);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &reply);
+
+    auto curlCall = [&] {
+        reply.clear();
+        return curl_easy_perform(easy) == CURLE_OK;
+    };
+    auto ourCall = [&] {
+        VORKReleaseScopePush();
+        const char *xml = keepAlive(0);
+        bool ok = xml && std::string(xml).find("<code>0</code>") != std::string::npos;
+        VORKReleaseScopePop();
+        return ok;
+    };
+
+    // Warm up both connections, then alternate rounds so drift hits both.
+    for (int i = 0; i < 20; ++i) {
+        curlCall();
+        ourCall();
+    }
+    constexpr int kRounds = 10, kPerRound = 40;
+    std::vector<double> ours, theirs;
+    int failures = 0;
+    for (int r = 0; r < kRounds; ++r) {
+        auto t0 = Clock::now();
+        for (int i = 0; i < kPerRound; ++i) failures += curlCall() ? 0 : 1;
+        auto t1 = Clock::now();
+        for (int i = 0; i < kPerRound; ++i) failures += ourCall() ? 0 : 1;
+        auto t2 = Clock::now();
+        theirs.push_back(std::chrono::duration<double>(t1 - t0).count() / kPerRound);
+        ours.push_back(std::chrono::duration<double>(t2 - t1).count() / kPerRound);
+    }
+    curl_slist_free_all(headers);
+    curl_easy_cleanup(easy);
+
+    // Calls per second over the reused connection.
+    constexpr int kBurst = 300;
+    double seconds = vork::bench::secondsOf([&] {
+        for (int i = 0; i < kBurst; ++i) failures += ourCall() ? 0 : 1;
+    });
+
+    double ourMedian = median(ours), curlMedian = median(theirs);
+    vork::bench::printTable("keepAlive round trip (HTTP, 127.0.0.1, reference server)",
+                            {{"keepAlive() vs libcurl POST of the same bytes", ourMedian, curlMedian,
+                              "libcurl easy handle", 1.0 / 1.2}});
+    std::printf("per call: keepAlive %.3f ms, libcurl %.3f ms (x%.2f of libcurl; goal <= 1.20 %s)\n",
+                ourMedian * 1000, curlMedian * 1000, ourMedian / curlMedian,
+                ourMedian / curlMedian <= 1.2 ? "MET" : "MISSED");
+    std::printf("keepAlive calls per second over a reused connection: %.0f (%d calls in %.2f s)\n",
+                kBurst / seconds, kBurst, seconds);
+    if (failures) std::printf("failed calls: %d\n", failures);
+    return failures ? 1 : 0;
+}
