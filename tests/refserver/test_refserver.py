@@ -518,6 +518,18 @@ class ReplyTests(ServerTestCase):
         self.assertEqual(text(data, "deletedObjectQty"), "1")
         self.assertEqual(self.ask(".adminsaverequest", False).code, 1301)
 
+    def test_admin_save_as_a_raw_element_in_place_of_a_content(self):
+        # The agent writes the caller's save element alone, where a content
+        # would stand, with no uuid, command type or status.
+        raw = ("<saveData><modifiedScripts><script/><script/></modifiedScripts>"
+               "<deletedObjects><object/></deletedObjects></saveData>")
+        status, _, body = self.post(envelope(raw))
+        self.assertEqual(status, 200)
+        reply = Reply(body)
+        self.assertEqual(reply.code, 0)
+        self.assertEqual(text(reply.data(), "savedObjectQty"), "2")
+        self.assertEqual(text(reply.data(), "deletedObjectQty"), "1")
+
     def test_add_object_offers_parameters_and_payloads(self):
         data = self.ask(".adminaddobjectrequest").data()
         params = data.find(n("parameters"))

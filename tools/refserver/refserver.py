@@ -157,6 +157,9 @@ class ConnectionCut(Exception):
 class Handler(BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
     server_version = "VORKRefServer/1.0"
+    # Headers and body go out in separate writes; without TCP_NODELAY the
+    # body waits for the client's delayed acknowledgement (about 40 ms).
+    disable_nagle_algorithm = True
     timeout = 120  # idle keep-alive connections are closed after this
 
     # --- plumbing -----------------------------------------------------------
