@@ -3,6 +3,8 @@
 // (cp) and with the stream editors a user would reach for (sed, tr). Both
 // cleaners make one pass, so the 10 MB case takes about ten times the 1 MB
 // case and stays near the cost of a copy.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
