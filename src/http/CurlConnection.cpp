@@ -534,10 +534,14 @@ void Driver::begin(const std::shared_ptr<Connection::Job> &job) {
     }
     if (r.username && !r.username->empty() && r.password) {
         // Basic goes out with every request as a header; Digest is answered
-        // when the server asks for it.
+        // when the server asks for it. Offering curl both methods keeps it
+        // from opening with an empty-bodied probe, which it does when Digest
+        // is the only method allowed: the first request carries the whole
+        // body and the Basic header, and only a Digest challenge costs a
+        // second round trip.
         curl_easy_setopt(easy, CURLOPT_USERNAME, r.username->c_str());
         curl_easy_setopt(easy, CURLOPT_PASSWORD, r.password->c_str());
-        curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_DIGEST));
+        curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
     }
     if (r.clientIdentity) {
         curl_blob cert{const_cast<char *>(r.clientIdentity->certificatePem.data()),
