@@ -49,6 +49,35 @@ public:
     }
 };
 
+class SiteSample : public Mapped<SiteSample> {
+public:
+    int32_t siteID = 0;
+    std::optional<std::string> name;
+    std::vector<std::shared_ptr<VCCStringListItem>> privileges;
+    bool currentUserSite = false;
+    static const MappedClass &mapping() {
+        static const MappedClass cls = MappedClass::define<SiteSample>("SiteSample")
+                                           .alias("site")
+                                           .fieldOrder({"siteID=id", "name", "privileges", "currentUserSite"})
+                                           .field("siteID", &SiteSample::siteID)
+                                           .field("name", &SiteSample::name)
+                                           .field("privileges", &SiteSample::privileges)
+                                           .field("currentUserSite", &SiteSample::currentUserSite);
+        return cls;
+    }
+};
+
+class SitesSample : public Mapped<SitesSample> {
+public:
+    std::vector<std::shared_ptr<SiteSample>> sites;
+    static const MappedClass &mapping() {
+        static const MappedClass cls = MappedClass::define<SitesSample>("ClientSitePrivilegesResponse")
+                                           .fieldOrder({"sites:SiteSample"})
+                                           .field("sites", &SitesSample::sites);
+        return cls;
+    }
+};
+
 class EnvelopeTest : public ::testing::Test {
 protected:
     // 2023-11-14 22:13:20.900 UTC: the milliseconds never reach the wire.
@@ -83,6 +112,27 @@ TEST_F(EnvelopeTest, KeepAliveRequestBytes) {
     ASSERT_TRUE(bytes);
     EXPECT_EQ(*bytes, envelope(content(".keepaliverequest",
                                        "<commandData><keepAlive><ns2:invalidate>1</ns2:invalidate></keepAlive></commandData>")));
+}
+
+TEST_F(EnvelopeTest, ListOfObjectsWithStringItemsBytes) {
+    auto data = std::make_shared<SitesSample>();
+    auto site = std::make_shared<SiteSample>();
+    site->siteID = 1;
+    site->name = "Main";
+    site->privileges = {std::make_shared<VCCStringListItem>("privilege", "Read"),
+                        std::make_shared<VCCStringListItem>("privilege", "Write")};
+    site->currentUserSite = true;
+    data->sites = {site, std::make_shared<SiteSample>()};
+    std::optional<std::string> bytes = request(".clientsiteprivilegesrequest", data)->saveToXmlData();
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, envelope(content(".clientsiteprivilegesrequest",
+                                       "<commandData><clientSitePrivileges><ns2:sites>"
+                                       "<ns2:site><ns2:id>1</ns2:id><ns2:name>Main</ns2:name><ns2:privileges>"
+                                       "<ns2:privilege>Read</ns2:privilege><ns2:privilege>Write</ns2:privilege>"
+                                       "</ns2:privileges><ns2:currentUserSite>1</ns2:currentUserSite></ns2:site>"
+                                       "<ns2:site><ns2:id>0</ns2:id><ns2:privileges/>"
+                                       "<ns2:currentUserSite>0</ns2:currentUserSite></ns2:site>"
+                                       "</ns2:sites></clientSitePrivileges></commandData>")));
 }
 
 TEST_F(EnvelopeTest, KeepAliveFalseIsZero) {
