@@ -11,7 +11,10 @@ namespace {
 
 // Whether the text between "&#" and ";" names a character to drop.
 bool isDroppedReference(std::string_view candidate) {
-    if (!util::isNumeric(candidate)) return false;
+    // Plain digits, the usual case, are numeric without asking the general
+    // test (which runs a regular expression).
+    bool plainDigits = !candidate.empty() && candidate.find_first_not_of("0123456789") == std::string_view::npos;
+    if (!plainDigits && !util::isNumeric(candidate)) return false;
     // The integer part of a numeric text; "-" alone and ".5" give 0.
     int64_t n = xml::leadingInteger(candidate);
     auto asUnsigned = static_cast<uint32_t>(static_cast<uint64_t>(n));
