@@ -8,8 +8,14 @@
 // copy_file_range (stays inside the kernel, may be offloaded by the file
 // system), then pread/pwrite through a 1 MiB buffer. A path that the file
 // systems of this copy do not support is not tried again for the rest of the
-// copy. Sparse files keep their holes. Folders are walked with descriptors
-// (openat, fstatat, mkdirat) so no path is resolved twice.
+// copy. Sparse files keep their holes.
+//
+// Folders are walked with descriptors (openat, fstatat, mkdirat) so no path
+// is resolved twice. Making thousands of small files is kernel work bound by
+// the processor, so on a machine with several cores helper threads copy the
+// files while the walk goes on; a folder gets its final permissions and
+// times once everything inside it is done. The first failure stops every
+// thread.
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -21,6 +27,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -104,6 +113,36 @@ bool unsupported(int err) {
 
 enum class Kind { File, Folder, Other };
 
+struct Job;
+
+// What one copying thread keeps for itself.
+struct Copier {
+    std::unique_ptr<char[]> buffer;  // for the read/write path, made on first use
+};
+
+// A folder of the destination being filled. Its permissions and times are
+// set when the last reference goes, that is after everything inside it has
+// been copied (queued files and sub-folders hold a reference to it).
+struct Folder {
+    Folder(Job &job, Descriptor source, Descriptor destination, const struct stat &st, bool counted,
+           std::shared_ptr<Folder> parent)
+        : job(job), source(std::move(source)), destination(std::move(destination)), st(st), counted(counted),
+          parent(std::move(parent)) {}
+    ~Folder();
+
+    Job &job;
+    Descriptor source;
+    Descriptor destination;
+    const struct stat st;
+    const bool counted;  // sub-folders count their own size; the copied folder does not
+    const std::shared_ptr<Folder> parent;
+};
+
+struct FileTask {
+    std::shared_ptr<Folder> folder;
+    std::string name;
+};
+
 struct Job {
     std::string destinationItem;
     Kind kind = Kind::File;
@@ -114,46 +153,65 @@ struct Job {
     std::shared_ptr<RunLoop> loop;
     Clock::duration interval{};
     CopyEngine::StatusCallback callback;
-    std::atomic<bool> stop{false};
+    std::atomic<bool> cancelled{false};  // the owner went away
 
-    // Worker only.
-    uint64_t bytes = 0;
-    Clock::time_point lastReport;
+    // Shared by the copying threads.
+    std::atomic<uint64_t> bytes{0};
+    std::atomic<int64_t> lastReport{0};  // steady clock, nanoseconds
+    std::atomic<int> failure{0};         // errno of the first failure
+    std::atomic<bool> tryClone{true};
+    std::atomic<bool> tryRangeCopy{true};
+    std::atomic<bool> tryNoAtime{true};
     mode_t umask = 0777;
-    bool tryClone = true;
-    bool tryRangeCopy = true;
-    bool tryNoAtime = true;
-    std::unique_ptr<char[]> buffer;
+
+    // Files waiting for a copier. Bounded, so the folders they keep open
+    // stay few; when it is full the walker copies the file itself.
+    static constexpr size_t kMaxQueued = 64;
+    std::mutex queueMutex;
+    std::condition_variable queueChanged;
+    std::deque<FileTask> queue;
+    bool walkDone = false;
+
+    bool stopped() const {
+        return cancelled.load(std::memory_order_relaxed) || failure.load(std::memory_order_relaxed) != 0;
+    }
+
+    void fail(int err) {
+        int none = 0;
+        failure.compare_exchange_strong(none, err ? err : EIO);
+    }
 
     void post(CopyStage stage, long error) {
-        CopyStatus status{stage, static_cast<float>(bytes), error};
+        CopyStatus status{stage, static_cast<float>(bytes.load()), error};
         loop->post([callback = callback, status] { callback(status); });
     }
 
+    // Counts copied bytes; whichever thread finds the interval passed posts
+    // the next progress report.
     void advance(uint64_t n) {
-        bytes += n;
-        const auto now = Clock::now();
-        if (now - lastReport >= interval) {
-            lastReport = now;
+        bytes.fetch_add(n, std::memory_order_relaxed);
+        const int64_t now = Clock::now().time_since_epoch().count();
+        int64_t last = lastReport.load(std::memory_order_relaxed);
+        if (now - last >= interval.count() && lastReport.compare_exchange_strong(last, now))
             post(CopyStage::Running, copystatus::kNoErr);
-        }
     }
 
     // ---- file contents --------------------------------------------------
 
-    int copyWithBuffer(int in, int out, off_t offset, off_t length, bool untilEnd) {
-        if (!buffer) buffer = std::make_unique<char[]>(kBufferSize);
+    int copyWithBuffer(Copier &self, int in, int out, off_t offset, off_t length, bool untilEnd) {
+        if (!self.buffer) self.buffer = std::make_unique<char[]>(kBufferSize);
+        char *buffer = self.buffer.get();
         while (untilEnd || length > 0) {
-            if (stop.load(std::memory_order_relaxed)) return ECANCELED;
+            if (stopped()) return ECANCELED;
             size_t want = untilEnd ? kBufferSize : static_cast<size_t>(std::min<off_t>(length, kBufferSize));
-            ssize_t got = ::pread(in, buffer.get(), want, offset);
+            ssize_t got = ::pread(in, buffer, want, offset);
             if (got < 0) {
                 if (errno == EINTR) continue;
                 return errno;
             }
             if (got == 0) break;
             for (ssize_t done = 0; done < got;) {
-                ssize_t put = ::pwrite(out, buffer.get() + done, static_cast<size_t>(got - done), offset + done);
+                ssize_t put = ::pwrite(out, buffer + done, static_cast<size_t>(got - done), offset + done);
                 if (put < 0) {
                     if (errno == EINTR) continue;
                     return errno;
@@ -167,17 +225,18 @@ struct Job {
         return 0;
     }
 
-    int copyRange(int in, int out, off_t offset, off_t length) {
+    int copyRange(Copier &self, int in, int out, off_t offset, off_t length) {
         while (length > 0) {
-            if (stop.load(std::memory_order_relaxed)) return ECANCELED;
-            if (!tryRangeCopy) return copyWithBuffer(in, out, offset, length, false);
+            if (stopped()) return ECANCELED;
+            if (!tryRangeCopy.load(std::memory_order_relaxed))
+                return copyWithBuffer(self, in, out, offset, length, false);
             loff_t inOffset = offset, outOffset = offset;
             size_t chunk = static_cast<size_t>(std::min<off_t>(length, kChunk));
             ssize_t n = ::copy_file_range(in, &inOffset, out, &outOffset, chunk, 0);
             if (n < 0) {
                 if (errno == EINTR) continue;
                 if (unsupported(errno)) {
-                    tryRangeCopy = false;
+                    tryRangeCopy.store(false, std::memory_order_relaxed);
                     continue;
                 }
                 return errno;
@@ -192,20 +251,20 @@ struct Job {
 
     // Copies only the data extents; the holes stay holes and the size is
     // set at the end.
-    int copySparse(int in, int out, off_t size) {
+    int copySparse(Copier &self, int in, int out, off_t size) {
         off_t position = 0;
         while (position < size) {
             off_t data = ::lseek(in, position, SEEK_DATA);
             if (data < 0) {
                 if (errno == ENXIO) break;  // only a hole is left
-                if (int err = copyRange(in, out, position, size - position)) return err;
+                if (int err = copyRange(self, in, out, position, size - position)) return err;
                 break;
             }
             data = std::min(data, size);
             off_t hole = ::lseek(in, data, SEEK_HOLE);
             if (hole < 0 || hole > size) hole = size;
             advance(static_cast<uint64_t>(data - position));
-            if (int err = copyRange(in, out, data, hole - data)) return err;
+            if (int err = copyRange(self, in, out, data, hole - data)) return err;
             position = hole;
         }
         if (position < size) advance(static_cast<uint64_t>(size - position));
@@ -213,20 +272,20 @@ struct Job {
         return 0;
     }
 
-    int copyContents(int in, int out, const struct stat &st) {
+    int copyContents(Copier &self, int in, int out, const struct stat &st) {
         // Files of virtual file systems report size 0 and still have
         // contents: read them to the end.
-        if (st.st_size == 0) return copyWithBuffer(in, out, 0, 0, true);
-        if (tryClone) {
+        if (st.st_size == 0) return copyWithBuffer(self, in, out, 0, 0, true);
+        if (tryClone.load(std::memory_order_relaxed)) {
             if (::ioctl(out, FICLONE, in) == 0) {
                 advance(static_cast<uint64_t>(st.st_size));
                 return 0;
             }
             if (!unsupported(errno) && errno != EPERM) return errno;
-            tryClone = false;
+            tryClone.store(false, std::memory_order_relaxed);
         }
-        if (st.st_blocks * 512 < st.st_size) return copySparse(in, out, st.st_size);
-        return copyRange(in, out, 0, st.st_size);
+        if (st.st_blocks * 512 < st.st_size) return copySparse(self, in, out, st.st_size);
+        return copyRange(self, in, out, 0, st.st_size);
     }
 
     // ---- metadata ---------------------------------------------------------
@@ -245,106 +304,176 @@ struct Job {
 
     Descriptor openSource(int dirFd, const char *name, int flags) {
         flags |= O_RDONLY | O_NOFOLLOW | O_CLOEXEC;
-        if (tryNoAtime) {
+        if (tryNoAtime.load(std::memory_order_relaxed)) {
             int fd = ::openat(dirFd, name, flags | O_NOATIME);
             if (fd >= 0 || errno != EPERM) return Descriptor(fd);
-            tryNoAtime = false;  // only the owner (or root) may ask for it
+            tryNoAtime.store(false, std::memory_order_relaxed);  // only the owner (or root) may ask for it
         }
         return Descriptor(::openat(dirFd, name, flags));
     }
 
-    int copyFileEntry(int srcDir, const char *name, int dstDir) {
+    int copyFileEntry(Copier &self, int srcDir, const char *name, int dstDir) {
         Descriptor in = openSource(srcDir, name, 0);
         if (!in) return errno;
         struct stat st {};
         if (::fstat(in.get(), &st) != 0) return errno;
-        if (!S_ISREG(st.st_mode)) return copyOtherEntry(srcDir, name, dstDir);  // replaced meanwhile
+        if (!S_ISREG(st.st_mode)) return EAGAIN;  // replaced by something else while we looked
         Descriptor out(::openat(dstDir, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, st.st_mode & 0777));
         if (!out) return errno;
-        if (int err = copyContents(in.get(), out.get(), st)) return err;
+        if (int err = copyContents(self, in.get(), out.get(), st)) return err;
         return finishItem(out.get(), st, true);
     }
 
-    int copyFolderEntry(int srcDir, const char *name, int dstDir) {
-        Descriptor in = openSource(srcDir, name, O_DIRECTORY);
-        if (!in) return errno;
+    // Opens a source sub-folder and makes its counterpart, owner-only until
+    // it is filled (its final mode may forbid writing).
+    std::shared_ptr<Folder> openFolder(const std::shared_ptr<Folder> &parent, const char *name, int &err) {
+        Descriptor in = openSource(parent->source.get(), name, O_DIRECTORY);
         struct stat st {};
-        if (::fstat(in.get(), &st) != 0) return errno;
-        // Owner-only until it is filled: the final mode may forbid writing.
-        if (::mkdirat(dstDir, name, 0700) != 0) return errno;
-        Descriptor out(::openat(dstDir, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        if (!out) return errno;
-        if (int err = copyFolderContents(in.get(), out.get())) return err;
-        if (int err = finishItem(out.get(), st, false)) return err;
-        advance(static_cast<uint64_t>(st.st_size));
-        return 0;
-    }
-
-    int copyOtherEntry(int srcDir, const char *name, int dstDir) {
-        struct stat st {};
-        if (::fstatat(srcDir, name, &st, AT_SYMLINK_NOFOLLOW) != 0) return errno;
-        if (S_ISREG(st.st_mode)) return copyFileEntry(srcDir, name, dstDir);
-        if (S_ISDIR(st.st_mode)) return copyFolderEntry(srcDir, name, dstDir);
-        if (int err = makeOther(srcDir, name, st, dstDir)) return err;
-        advance(static_cast<uint64_t>(st.st_size));
-        return 0;
-    }
-
-    int copyFolderContents(int srcDir, int dstDir) {
-        int listFd = ::openat(srcDir, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (listFd < 0) return errno;
-        DIR *listing = ::fdopendir(listFd);
-        if (!listing) {
-            int err = errno;
-            ::close(listFd);
-            return err;
+        if (!in || ::fstat(in.get(), &st) != 0 || ::mkdirat(parent->destination.get(), name, 0700) != 0) {
+            err = errno;
+            return nullptr;
         }
-        int result = 0;
-        for (;;) {
-            if (stop.load(std::memory_order_relaxed)) {
-                result = ECANCELED;
-                break;
+        Descriptor out(::openat(parent->destination.get(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!out) {
+            err = errno;
+            return nullptr;
+        }
+        return std::make_shared<Folder>(*this, std::move(in), std::move(out), st, true, parent);
+    }
+
+    void runTask(Copier &self, const FileTask &task) {
+        if (stopped()) return;
+        if (int err = copyFileEntry(self, task.folder->source.get(), task.name.c_str(), task.folder->destination.get()))
+            fail(err);
+    }
+
+    void schedule(Copier &self, FileTask task) {
+        {
+            std::lock_guard<std::mutex> lock(queueMutex);
+            if (queue.size() < kMaxQueued) {
+                queue.push_back(std::move(task));
+                queueChanged.notify_one();
+                return;
             }
+        }
+        runTask(self, task);
+    }
+
+    // Copies queued files until the walk is over and the queue is empty.
+    void copyQueued(Copier &self) {
+        for (;;) {
+            FileTask task;
+            {
+                std::unique_lock<std::mutex> lock(queueMutex);
+                queueChanged.wait(lock, [this] { return !queue.empty() || walkDone; });
+                if (queue.empty()) return;
+                task = std::move(queue.front());
+                queue.pop_front();
+            }
+            runTask(self, task);
+        }
+    }
+
+    // Walks a folder depth first: makes sub-folders, links and special files
+    // at once and queues regular files for the copiers.
+    void walk(Copier &self, const std::shared_ptr<Folder> &folder) {
+        int listFd = ::openat(folder->source.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        DIR *listing = listFd >= 0 ? ::fdopendir(listFd) : nullptr;
+        if (!listing) {
+            fail(errno);
+            if (listFd >= 0) ::close(listFd);
+            return;
+        }
+        while (!stopped()) {
             errno = 0;
             const dirent *entry = ::readdir(listing);
             if (!entry) {
-                result = errno;
+                if (errno) fail(errno);
                 break;
             }
             const char *name = entry->d_name;
             if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) continue;
-            switch (entry->d_type) {
-                case DT_REG: result = copyFileEntry(srcDir, name, dstDir); break;
-                case DT_DIR: result = copyFolderEntry(srcDir, name, dstDir); break;
-                default: result = copyOtherEntry(srcDir, name, dstDir); break;
+            unsigned char type = entry->d_type;
+            struct stat st {};
+            if (type == DT_UNKNOWN || (type != DT_REG && type != DT_DIR)) {
+                if (::fstatat(folder->source.get(), name, &st, AT_SYMLINK_NOFOLLOW) != 0) {
+                    fail(errno);
+                    break;
+                }
+                type = S_ISREG(st.st_mode) ? DT_REG : S_ISDIR(st.st_mode) ? DT_DIR : DT_UNKNOWN;
             }
-            if (result) break;
+            if (type == DT_REG) {
+                schedule(self, FileTask{folder, name});
+            } else if (type == DT_DIR) {
+                int err = 0;
+                auto child = openFolder(folder, name, err);
+                if (!child) {
+                    fail(err);
+                    break;
+                }
+                walk(self, child);
+            } else if (int err = makeOther(folder->source.get(), name, st, folder->destination.get())) {
+                fail(err);
+                break;
+            } else {
+                advance(static_cast<uint64_t>(st.st_size));
+            }
         }
         ::closedir(listing);
-        return result;
+    }
+
+    // Copies a folder with helper threads: on a machine with more than one
+    // core, files are copied in parallel while the walk goes on.
+    void copyFolder(Copier &self) {
+        auto top = std::make_shared<Folder>(*this, std::move(source), std::move(destination), sourceStat, false,
+                                            nullptr);
+        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+        const unsigned helpers = std::min(cores, 4u) - 1;
+        std::vector<std::thread> copiers;
+        for (unsigned i = 0; i < helpers; ++i) {
+            try {
+                copiers.emplace_back([this] {
+                    Copier own;
+                    copyQueued(own);
+                });
+            } catch (const std::system_error &) {
+                break;  // fewer helpers then
+            }
+        }
+        walk(self, top);
+        top.reset();
+        {
+            std::lock_guard<std::mutex> lock(queueMutex);
+            walkDone = true;
+        }
+        queueChanged.notify_all();
+        copyQueued(self);
+        for (std::thread &copier : copiers) copier.join();
     }
 
     // ---- the worker -----------------------------------------------------
 
     void run() {
-        lastReport = Clock::now();
+        lastReport.store(Clock::now().time_since_epoch().count());
         umask = currentUmask();
         post(CopyStage::Running, copystatus::kNoErr);
-        int err = 0;
+        Copier self;
         if (kind == Kind::File) {
-            err = copyContents(source.get(), destination.get(), sourceStat);
+            int err = copyContents(self, source.get(), destination.get(), sourceStat);
             if (!err) err = finishItem(destination.get(), sourceStat, true);
+            if (err) fail(err);
         } else if (kind == Kind::Folder) {
-            err = copyFolderContents(source.get(), destination.get());
-            if (!err) err = finishItem(destination.get(), sourceStat, false);
+            copyFolder(self);
         }
         source.reset();
         destination.reset();
+        int err = failure.load();
+        if (!err && cancelled.load()) err = ECANCELED;
         if (err) {
             std::error_code ignored;
             std::filesystem::remove_all(destinationItem, ignored);
         }
-        if (stop.load()) return;  // nobody is listening any more
+        if (cancelled.load()) return;  // nobody is listening any more
         post(CopyStage::Complete, copyStatusFromErrno(err));
     }
 
@@ -368,11 +497,20 @@ struct Job {
     }
 };
 
+Folder::~Folder() {
+    if (job.stopped() || !destination) return;
+    if (int err = job.finishItem(destination.get(), st, false)) {
+        job.fail(err);
+        return;
+    }
+    if (counted) job.advance(static_cast<uint64_t>(st.st_size));
+}
+
 class LinuxCopyOperation : public CopyOperation {
 public:
     LinuxCopyOperation(std::shared_ptr<Job> job, std::thread worker) : job_(std::move(job)), worker_(std::move(worker)) {}
     ~LinuxCopyOperation() override {
-        job_->stop.store(true);
+        job_->cancelled.store(true);
         if (worker_.joinable()) worker_.join();
     }
 
@@ -450,7 +588,7 @@ public:
             if (!parent) return {copyStatusFromErrno(errno), nullptr};
             if (int err = Job::makeOther(parent.get(), name.c_str(), st, folderFd.get()))
                 return {copyStatusFromErrno(err), nullptr};
-            job->bytes = static_cast<uint64_t>(st.st_size);
+            job->bytes.store(static_cast<uint64_t>(st.st_size));
         }
 
         try {
