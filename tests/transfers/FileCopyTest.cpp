@@ -326,6 +326,39 @@ TEST_F(FileCopyC, FolderIsCopiedWithItsWholeStructure) {
     EXPECT_NEAR(g_FileCopy->percentCompleted(), 100.0, 1e-3);
 }
 
+// Enough files that they queue up for the helper threads and overflow the
+// queue, in folders of different depths and modes.
+fs::path makeWideTree(const TempDir &dir, const std::string &name, int files, size_t fileSize) {
+    for (int i = 0; i < files; ++i) {
+        std::string folder = name + "/d" + std::to_string(i % 7) + (i % 3 ? "/e" + std::to_string(i % 5) : "");
+        dir.write(folder + "/f" + std::to_string(i) + ".dat", pattern(fileSize + i, static_cast<unsigned>(i)));
+    }
+    ::chmod((dir / name / "d3").c_str(), 0555);
+    ::chmod((dir / name / "d4/e1").c_str(), 0711);
+    return dir / name;
+}
+
+TEST_F(FileCopyC, ManySmallFilesAreAllCopied) {
+    fs::path tree = makeWideTree(dir, "wide", 600, 500);
+    fs::create_directories(dir / "out");
+    ASSERT_STREQ(fileCopyStart(tree.c_str(), (dir / "out").c_str()), "");
+    ASSERT_TRUE(pollUntilComplete());
+    expectSameTree(tree, dir / "out/wide");
+    EXPECT_NEAR(g_FileCopy->percentCompleted(), 100.0, 1e-3);
+}
+
+TEST_F(FileCopyC, ReleaseDuringAFolderCopyRemovesThePartialFolder) {
+    fs::path tree = makeWideTree(dir, "wide", 400, 20000);
+    fs::create_directories(dir / "out");
+    ASSERT_STREQ(fileCopyStart(tree.c_str(), (dir / "out").c_str()), "");
+    fileCopyRelease();
+    // Either the copy was stopped and removed, or it had already finished.
+    if (fs::exists(dir / "out/wide")) {
+        expectSameTree(tree, dir / "out/wide");
+    }
+    EXPECT_EQ(fileCopyProgress(), -1.0);
+}
+
 TEST_F(FileCopyC, FolderPathWithTrailingSlashKeepsItsName) {
     dir.write("docs/readme.txt", "hello\n");
     fs::create_directories(dir / "out");
@@ -489,6 +522,16 @@ TEST_F(FileCopyC, FolderThatDoesNotFitIsRemovedEntirely) {
     ASSERT_TRUE(pollUntilComplete());
     EXPECT_FALSE(fs::exists(dir / "small/bundle"));
     EXPECT_EQ(fs::file_size(dir / "bundle/z/huge.bin"), 3u << 20);
+}
+
+TEST_F(FileCopyC, ManyFilesThatDoNotFitAreRemovedEntirely) {
+    TinyFileSystem small(dir / "small", "size=1m");
+    if (!small.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
+    fs::path tree = makeWideTree(dir, "wide", 300, 8000);
+    EXPECT_STREQ(fileCopyStart(tree.c_str(), (dir / "small").c_str()), "");
+    ASSERT_TRUE(pollUntilComplete());
+    EXPECT_FALSE(fs::exists(dir / "small/wide"));
+    EXPECT_TRUE(fs::is_empty(dir / "small"));
 }
 
 TEST_F(FileCopyC, ReadOnlyDestinationIsRefusedAtStart) {
