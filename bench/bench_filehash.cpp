@@ -2,7 +2,9 @@
 // side with the tools a user would run instead (openssl dgst, sha512sum,
 // md5sum), plus the peak memory the library needs for it.
 //
-// usage: bench_filehash [SIZE]   SIZE in bytes, or with K/M/G (default 1G)
+// usage: bench_filehash [SIZE] [RUNS]
+//   SIZE  in bytes, or with K/M/G (default 1G)
+//   RUNS  interleaved runs per side, the best counts (default 5)
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -49,7 +51,7 @@ std::string firstWord(const std::string &command) {
 
 int main(int argc, char **argv) {
     const unsigned long long size = argc > 1 ? parseSize(argv[1]) : (1ull << 30);
-    const int runs = 3;
+    const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
     char pattern[] = "/tmp/vork-bench-hash-XXXXXX";
     if (!mkdtemp(pattern)) {
         std::perror("mkdtemp");
