@@ -46,6 +46,14 @@ VORK_API bool hasEnoughSpaceForFileInDestination(const char *sourcePath, const c
  * Releases any previous copy object first (stopping its copy). Answers "" when
  * the copy started, otherwise the failure text. Returned text follows the
  * release-scope rule of basics.h.
+ *
+ * The status in "Failed to begin asynchronous object copy: N": -43 the
+ * source or the destination folder does not exist, -48 the destination
+ * already holds an item of that name, -50 a folder into itself (or a source
+ * that cannot be copied), -54 no permission, -61 read-only destination,
+ * -120 the destination is not a folder, -34 no space, -36 other failures.
+ * A failure during the copy is not reported: the copy completes and leaves
+ * no partial item behind.
  */
 VORK_API const char *fileCopyStart(const char *sourcePath, const char *destinationFolder);
 
