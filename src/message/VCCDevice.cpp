@@ -1,5 +1,6 @@
 #include "message/VCCDevice.h"
 
+#include "message/ChildElements.h"
 #include "sysinfo/VORKHardwareIdentification.h"
 #include "util/Strings.h"
 #include "xml/XmlNodeExtension.h"
@@ -23,13 +24,13 @@ void VCCDevice::saveToXmlNode(xml::XmlNode &parent) {
 
 void VCCDevice::loadFromXmlNode(const xml::XmlNode &deviceElement) {
     if (!deviceElement) return;
-    uuid_ = xml::firstStringValueForXPath(deviceElement, "uuid");
-    if (xml::XmlNode list = xml::firstNodeForXPath(deviceElement, "macAddresses")) loadMacAddresses(list);
+    uuid_ = firstChildElementText(deviceElement, "uuid");
+    if (xml::XmlNode list = firstChildElementNamed(deviceElement, "macAddresses")) loadMacAddresses(list);
 }
 
 void VCCDevice::loadMacAddresses(const xml::XmlNode &macAddressesElement) {
     std::vector<VCCMacAddress> addresses;
-    for (const xml::XmlNode &mac : macAddressesElement.evaluate("macAddress"))
+    for (const xml::XmlNode &mac : childElementsNamed(macAddressesElement, "macAddress"))
         addresses.emplace_back(mac.attribute("bsdName"), mac.stringValue());
     macAddresses_ = std::move(addresses);
 }

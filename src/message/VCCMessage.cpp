@@ -1,6 +1,7 @@
 #include "message/VCCMessage.h"
 
 #include "base/Format.h"
+#include "message/ChildElements.h"
 #include "message/Constants.h"
 #include "message/XmlCharacterFilter.h"
 #include "xml/XmlNodeExtension.h"
@@ -57,10 +58,10 @@ void VCCMessage::loadFromXmlData(std::string_view bytes) {
     xml::XmlDocument document = xml::XmlDocument::parse(bytes);
     xml::XmlNode root = document.rootElement();
     if (!root) return;
-    device_.loadFromXmlNode(xml::firstNodeForXPath(root, "device"));
-    application_ = xml::firstStringValueForXPath(root, "application");
-    messageTimestamp_ = dateWithJavaEpochString(xml::firstStringValueForXPath(root, "messageTimestamp"));
-    for (const xml::XmlNode &element : root.evaluate("content")) {
+    device_.loadFromXmlNode(firstChildElementNamed(root, "device"));
+    application_ = firstChildElementText(root, "application");
+    messageTimestamp_ = dateWithJavaEpochString(firstChildElementText(root, "messageTimestamp"));
+    for (const xml::XmlNode &element : childElementsNamed(root, "content")) {
         auto content = std::make_shared<VCCMessageContent>();
         content->setCommandDataClass(commandDataClass_);
         content->loadFromXmlNode(element);

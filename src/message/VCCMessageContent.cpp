@@ -7,6 +7,7 @@
 
 #include "base/Exception.h"
 #include "base/Format.h"
+#include "message/ChildElements.h"
 #include "message/JavaDate.h"
 #include "message/Uuid.h"
 #include "util/Base64.h"
@@ -259,10 +260,10 @@ void VCCMessageContent::saveProperty(const FieldDescriptor &field, const FieldVa
 // --- Reading
 
 void VCCMessageContent::loadFromXmlNode(const xml::XmlNode &contentElement) {
-    uuid_ = xml::firstStringValueForXPath(contentElement, "uuid");
-    commandType_ = xml::firstStringValueForXPath(contentElement, "commandType");
+    uuid_ = firstChildElementText(contentElement, "uuid");
+    commandType_ = firstChildElementText(contentElement, "commandType");
     status_ = std::make_shared<VCCStatus>();
-    status_->loadFromXmlNode(xml::firstNodeForXPath(contentElement, "status"));
+    status_->loadFromXmlNode(firstChildElementNamed(contentElement, "status"));
     loadCommandDataFromXmlNode(contentElement);
 }
 
@@ -275,7 +276,7 @@ void VCCMessageContent::loadCommandDataFromXmlNode(const xml::XmlNode &contentEl
     std::shared_ptr<MappedObject> object = commandDataClass_->create();
     commandData_ = object;
     if (!object) return;
-    xml::XmlNode commandData = xml::firstNodeForXPath(contentElement, "commandData");
+    xml::XmlNode commandData = firstChildElementNamed(contentElement, "commandData");
     if (!commandData) return;
     loadCommandDataObject(*object, xml::firstNodeForXPath(commandData, nodeNameFromObject(*object)));
 }

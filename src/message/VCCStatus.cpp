@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/Format.h"
+#include "message/ChildElements.h"
 #include "message/Constants.h"
 #include "xml/TextScalars.h"
 #include "xml/XmlNodeExtension.h"
@@ -96,10 +97,10 @@ void VCCStatus::loadTitleAndMessage() {
 }
 
 void VCCStatus::loadFromXmlNode(const xml::XmlNode &statusElement) {
-    code_ = xml::leadingInt32(xml::firstStringValueForXPath(statusElement, "code").value_or(""));
+    code_ = xml::leadingInt32(firstChildElementText(statusElement, "code").value_or(""));
     loadTitleAndMessage();
-    timestamp_ = dateWithJavaEpochString(xml::firstStringValueForXPath(statusElement, "timestamp"));
-    extendedMessage_ = xml::firstStringValueForXPath(statusElement, "extendedMessage");
+    timestamp_ = dateWithJavaEpochString(firstChildElementText(statusElement, "timestamp"));
+    extendedMessage_ = firstChildElementText(statusElement, "extendedMessage");
 }
 
 void VCCStatus::saveToXmlNode(xml::XmlNode &parent) const {
