@@ -11,6 +11,13 @@
 //     the same machine always gives the same UUID.
 // Both paths go through vork::systemPath(), so tests can put their own
 // files in place.
+//
+// The answer for the real system root is read once and kept by the
+// implementation object for the life of the process: the firmware UUID and
+// the machine id do not change while it runs, and every server message
+// carries the UUID. Under a substituted root (a test's sandbox) the files
+// are read on every call, and a double installed in the slot replaces the
+// object together with its cache.
 #include "platform/MachineIdentity.h"
 
 #include <openssl/evp.h>
@@ -20,6 +27,7 @@
 #include <cctype>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 
 #include "base/Format.h"
 #include "base/SystemRoot.h"
@@ -74,12 +82,24 @@ std::optional<std::string> machineIdUuid() {
                    b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
 }
 
+std::optional<std::string> readHardwareUuid() {
+    if (std::optional<std::string> uuid = firmwareUuid()) return uuid;
+    return machineIdUuid();
+}
+
 class LinuxMachineIdentity : public MachineIdentity {
 public:
     std::optional<std::string> hardwareUuid() override {
-        if (std::optional<std::string> uuid = firmwareUuid()) return uuid;
-        return machineIdUuid();
+        if (!systemRoot().empty()) return readHardwareUuid();
+        std::lock_guard<std::mutex> lock(mutex_);
+        // Only an answer is kept; a machine without one is asked again.
+        if (!cached_) cached_ = readHardwareUuid();
+        return cached_;
     }
+
+private:
+    std::mutex mutex_;
+    std::optional<std::string> cached_;
 };
 
 std::shared_ptr<MachineIdentity> makeDefault() { return std::make_shared<LinuxMachineIdentity>(); }
