@@ -70,6 +70,9 @@ private:
     const MappedClass *resultMessageClass_ = nullptr;
     VORKHTTPRequestDelegate *originalNotifyObject_ = nullptr;
     bool originalNotifyCompleted_ = false;
+    // submit is waiting for its exchange; what notifyCompleted read for it.
+    bool submitting_ = false;
+    std::shared_ptr<VCCMessage> readInCompletion_;
 };
 
 }  // namespace vork
