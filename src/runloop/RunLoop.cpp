@@ -34,7 +34,7 @@ std::shared_ptr<RunLoop> RunLoop::current() {
     return loop;
 }
 
-RunLoop::RunLoop() {
+RunLoop::RunLoop() : owner_(std::this_thread::get_id()) {
     epollFd_ = epoll_create1(EPOLL_CLOEXEC);
     wakeFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (epollFd_ < 0 || wakeFd_ < 0) throw std::system_error(errno, std::generic_category(), "run loop");
@@ -54,6 +54,7 @@ void RunLoop::post(Task task) {
         std::lock_guard<std::mutex> lock(postedMutex_);
         posted_.push_back(std::move(task));
     }
+    if (std::this_thread::get_id() == owner_) return;
     if (!wakePending_.exchange(true, std::memory_order_acq_rel)) {
         uint64_t one = 1;
         ssize_t n = write(wakeFd_, &one, sizeof one);

@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -42,7 +43,10 @@ public:
     // sources (tasks, timers, descriptors) were handled. Loop thread only.
     size_t runOnce(Seconds limit);
 
-    // Queues a task to run on the loop's thread. Safe from any thread.
+    // Queues a task to run on the loop's thread. Safe from any thread. A
+    // task posted from the loop's own thread runs on its next pass without
+    // a wake-up: that thread is not waiting, and every pass runs the queued
+    // tasks before it waits.
     void post(Task task);
 
     // One-shot timer; answers an id for cancelTimer. Loop thread only.
@@ -64,6 +68,7 @@ private:
 
     int epollFd_ = -1;
     int wakeFd_ = -1;
+    const std::thread::id owner_;  // the thread whose loop this is
 
     std::mutex postedMutex_;
     std::vector<Task> posted_;
