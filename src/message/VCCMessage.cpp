@@ -62,7 +62,7 @@ void VCCMessage::loadFromXmlData(std::string_view bytes) {
     application_ = firstChildElementText(root, "application");
     messageTimestamp_ = dateWithJavaEpochString(firstChildElementText(root, "messageTimestamp"));
     for (const xml::XmlNode &element : childElementsNamed(root, "content")) {
-        auto content = std::make_shared<VCCMessageContent>();
+        auto content = std::make_shared<VCCMessageContent>(VCCMessageContent::ToBeRead{});
         content->setCommandDataClass(commandDataClass_);
         content->loadFromXmlNode(element);
         contents_.push_back(std::move(content));

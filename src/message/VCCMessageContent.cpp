@@ -123,6 +123,8 @@ ListValue loadList(const std::string &itemClass, const xml::XmlNode &listElement
 
 VCCMessageContent::VCCMessageContent() : uuid_(newUuidString()), status_(std::make_shared<VCCStatus>()) {}
 
+VCCMessageContent::VCCMessageContent(ToBeRead) {}
+
 // --- Names and control fields
 
 std::string VCCMessageContent::nodeNameFromObject(const MappedObject &object) {

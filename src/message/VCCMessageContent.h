@@ -29,6 +29,10 @@ class VORK_EXPORT VCCMessageContent : public VCCNode {
 public:
     // A fresh uuid and a default status; no type, data or class.
     VCCMessageContent();
+    // A content about to be filled by loadFromXmlNode, which replaces the
+    // uuid and the status: neither is made here.
+    struct ToBeRead {};
+    explicit VCCMessageContent(ToBeRead);
 
     // Appends this content to the envelope root.
     void saveToXmlNode(xml::XmlNode &parent) const;
