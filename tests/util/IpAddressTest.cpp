@@ -4,63 +4,49 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
+#include <vector>
 
 namespace vork::util {
 namespace {
 
 using std::nullopt;
-using std::string;
+using Address = std::optional<std::string>;
 
-TEST(IpAddressInRange, InsideAndOutside) {
-    EXPECT_TRUE(ipAddressInRange(string("10.0.0.5"), string("10.0.0.1"), string("10.0.0.10")));
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.11"), string("10.0.0.1"), string("10.0.0.10")));
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.0"), string("10.0.0.1"), string("10.0.0.10")));
+TEST(IpAddressInRange, Table) {
+    const std::vector<std::tuple<Address, Address, Address, bool>> rows = {
+        {"10.0.0.5", "10.0.0.1", "10.0.0.10", true}, {"10.0.0.11", "10.0.0.1", "10.0.0.10", false},
+        {"10.0.0.0", "10.0.0.1", "10.0.0.10", false},
+        // Bounds are inclusive.
+        {"10.0.0.1", "10.0.0.1", "10.0.0.10", true}, {"10.0.0.10", "10.0.0.1", "10.0.0.10", true},
+        {"192.168.1.1", "192.168.1.1", "192.168.1.1", true},
+        // Every part is compared on its own: numerically between, but 5 lies outside 10..1.
+        {"10.1.0.5", "10.0.0.10", "10.2.0.1", false}, {"10.0.5.1", "10.0.0.0", "10.0.255.255", true},
+        {"10.1.0.0", "10.0.0.0", "10.0.255.255", false},
+        // Different part counts or a missing address.
+        {"10.0.0.5", "10.0.0", "10.0.0.10", false}, {"10.0.0.5", "10.0.0.1", "10.0.0.10.1", false},
+        {nullopt, "10.0.0.1", "10.0.0.10", false}, {"10.0.0.5", nullopt, "10.0.0.10", false},
+        {"10.0.0.5", "10.0.0.1", nullopt, false},
+        // Non-numeric parts read as zero; leading digits count ("5x" is 5).
+        {"a.b.c.d", "0.0.0.0", "0.0.0.0", true}, {"a.b.c.d", "1.0.0.0", "9.0.0.0", false},
+        {"10.0.0.5x", "10.0.0.1", "10.0.0.10", true},
+    };
+    for (const auto &[ip, low, high, inside] : rows)
+        EXPECT_EQ(ipAddressInRange(ip, low, high), inside)
+            << ip.value_or("(none)") << " in " << low.value_or("(none)") << ".." << high.value_or("(none)");
 }
 
-TEST(IpAddressInRange, BoundsAreInclusive) {
-    EXPECT_TRUE(ipAddressInRange(string("10.0.0.1"), string("10.0.0.1"), string("10.0.0.10")));
-    EXPECT_TRUE(ipAddressInRange(string("10.0.0.10"), string("10.0.0.1"), string("10.0.0.10")));
-    EXPECT_TRUE(ipAddressInRange(string("192.168.1.1"), string("192.168.1.1"), string("192.168.1.1")));
-}
-
-TEST(IpAddressInRange, EveryPartIsComparedOnItsOwn) {
-    // Numerically between, but the last part 5 lies outside 10..1.
-    EXPECT_FALSE(ipAddressInRange(string("10.1.0.5"), string("10.0.0.10"), string("10.2.0.1")));
-    EXPECT_TRUE(ipAddressInRange(string("10.0.5.1"), string("10.0.0.0"), string("10.0.255.255")));
-    EXPECT_FALSE(ipAddressInRange(string("10.1.0.0"), string("10.0.0.0"), string("10.0.255.255")));
-}
-
-TEST(IpAddressInRange, DifferentPartCountsGiveFalse) {
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.5"), string("10.0.0"), string("10.0.0.10")));
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.5"), string("10.0.0.1"), string("10.0.0.10.1")));
-    EXPECT_FALSE(ipAddressInRange(nullopt, string("10.0.0.1"), string("10.0.0.10")));
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.5"), nullopt, string("10.0.0.10")));
-    EXPECT_FALSE(ipAddressInRange(string("10.0.0.5"), string("10.0.0.1"), nullopt));
-}
-
-TEST(IpAddressInRange, NonNumericPartsReadAsZero) {
-    EXPECT_TRUE(ipAddressInRange(string("a.b.c.d"), string("0.0.0.0"), string("0.0.0.0")));
-    EXPECT_FALSE(ipAddressInRange(string("a.b.c.d"), string("1.0.0.0"), string("9.0.0.0")));
-    // Leading digits count: "5x" is 5.
-    EXPECT_TRUE(ipAddressInRange(string("10.0.0.5x"), string("10.0.0.1"), string("10.0.0.10")));
-}
-
-TEST(LenientIntValue, ReadsLeadingNumber) {
-    EXPECT_EQ(lenientIntValue("42"), 42);
-    EXPECT_EQ(lenientIntValue("  -7abc"), -7);
-    EXPECT_EQ(lenientIntValue("+3"), 3);
-    EXPECT_EQ(lenientIntValue("abc"), 0);
-    EXPECT_EQ(lenientIntValue(""), 0);
-    EXPECT_EQ(lenientIntValue("99999999999"), 2147483647);
-    EXPECT_EQ(lenientIntValue("-99999999999"), -2147483647 - 1);
+TEST(LenientIntValue, ReadsLeadingNumberAndClamps) {
+    const std::vector<std::pair<std::string, int>> rows = {
+        {"42", 42}, {"  -7abc", -7}, {"+3", 3}, {"abc", 0}, {"", 0},
+        {"99999999999", 2147483647}, {"-99999999999", -2147483647 - 1}};
+    for (const auto &[text, value] : rows) EXPECT_EQ(lenientIntValue(text), value) << text;
 }
 
 TEST(FirstFourPartAddress, SkipsIpv6AndPicksFirstIpv4) {
     EXPECT_EQ(firstFourPartAddress({"fe80::1", "127.0.0.1", "192.168.1.20"}), "127.0.0.1");
     EXPECT_EQ(firstFourPartAddress({"::1", "192.168.1.20"}), "192.168.1.20");
-}
-
-TEST(FirstFourPartAddress, NoCandidateGivesEmptyText) {
+    // No candidate gives empty text.
     EXPECT_EQ(firstFourPartAddress({"fe80::1", "::1"}), "");
     EXPECT_EQ(firstFourPartAddress({}), "");
     EXPECT_EQ(firstFourPartAddress({"1.2.3", "1.2.3.4.5"}), "");

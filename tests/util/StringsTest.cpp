@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <tuple>
 
 #include "support/TempDir.h"
 
@@ -12,94 +14,62 @@ namespace vork::util {
 namespace {
 
 using std::nullopt;
+using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// --- Character classes
+// Runs one text-to-text function over (input, expected) rows.
+void expectTransform(const char *name, const std::function<std::string(std::string_view)> &fn, const Pairs &rows) {
+    for (const auto &[input, expected] : rows) EXPECT_EQ(fn(input), expected) << name << "(\"" << input << "\")";
+}
 
-TEST(StringsCharacterClasses, WhiteSpaceIsSpaceSeparatorsAndTab) {
+TEST(StringsCharacterClasses, WhiteSpaceAndLineBreaks) {
+    // Space separators and tab are white space; line breaks join them in the wider class.
     for (char32_t c : {U'\t', U' ', U'\u00A0', U'\u1680', U'\u2000', U'\u200A', U'\u202F', U'\u205F', U'\u3000'})
-        EXPECT_TRUE(isWhitespace(c)) << std::hex << static_cast<uint32_t>(c);
-    for (char32_t c : {U'\n', U'\r', U'\u0085', U'\u2028', U'\u2029', U'\u200B', U'a', U'\0'})
-        EXPECT_FALSE(isWhitespace(c)) << std::hex << static_cast<uint32_t>(c);
+        EXPECT_TRUE(isWhitespace(c) && isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
+    for (char32_t c : {U'\n', U'\r', U'\v', U'\f', U'\u0085', U'\u2028', U'\u2029'})
+        EXPECT_TRUE(!isWhitespace(c) && isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
+    // Zero-width space is a format character.
+    for (char32_t c : {U'\u200B', U'a', U'x', U'\0'})
+        EXPECT_TRUE(!isWhitespace(c) && !isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
 }
 
-TEST(StringsCharacterClasses, LineBreaksJoinWhiteSpace) {
-    for (char32_t c : {U'\t', U' ', U'\u3000', U'\n', U'\r', U'\v', U'\f', U'\u0085', U'\u2028', U'\u2029'})
-        EXPECT_TRUE(isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
-    EXPECT_FALSE(isWhitespaceOrNewline(U'x'));
-    EXPECT_FALSE(isWhitespaceOrNewline(U'\u200B'));  // zero-width space is a format character
-}
-
-// --- Basics
-
-TEST(StringsBasics, ContainsCaseInsensitive) {
+TEST(StringsBasics, OptionalTextHelpers) {
     EXPECT_TRUE(containsCaseInsensitive("Hello World", std::string("WORLD")));
     EXPECT_TRUE(containsCaseInsensitive("ÉCOLE normale", std::string("école")));
     EXPECT_FALSE(containsCaseInsensitive("Hello", std::string("bye")));
     EXPECT_FALSE(containsCaseInsensitive("Hello", nullopt));
-}
-
-TEST(StringsBasics, FirstNonBlankOf) {
-    EXPECT_EQ(firstNonBlankOf(std::string("a"), std::string("b")), "a");
-    EXPECT_EQ(firstNonBlankOf(std::string(""), std::string("b")), "b");
-    EXPECT_EQ(firstNonBlankOf(nullopt, std::string("b")), "b");
-    EXPECT_EQ(firstNonBlankOf(std::string(""), nullopt), "");
-    EXPECT_EQ(firstNonBlankOf(nullopt, nullopt), "");
-    // Only the empty text is blank; spaces are a value.
-    EXPECT_EQ(firstNonBlankOf(std::string("  "), std::string("b")), "  ");
-    // The second is taken even when empty.
-    EXPECT_EQ(firstNonBlankOf(nullopt, std::string("")), "");
-}
-
-TEST(StringsBasics, BlankIfNil) {
+    // Only the empty text is blank (spaces are a value); the second is taken even when empty.
+    for (const auto &[first, second, expected] : std::vector<std::tuple<Text, Text, std::string>>{{"a", "b", "a"}, {"", "b", "b"}, {nullopt, "b", "b"}, {"", nullopt, ""},
+                                           {nullopt, nullopt, ""}, {"  ", "b", "  "}, {nullopt, "", ""}})
+        EXPECT_EQ(firstNonBlankOf(first, second), expected) << first.value_or("(none)");
     EXPECT_EQ(blankIfNil(nullopt), "");
     EXPECT_EQ(blankIfNil(std::string(" x ")), " x ");
 }
 
-// --- Manipulation
-
-TEST(StringsManipulation, StripRemovesSpacesAndLineBreaks) {
-    EXPECT_EQ(strip(" \n a \t"), "a");
-    EXPECT_EQ(strip("\u2028\u00A0in side\u0085\r\n"), "in side");
-    EXPECT_EQ(strip(" \t\n "), "");
-    EXPECT_EQ(strip(""), "");
+TEST(StringsManipulation, TrimmingFunctions) {
+    expectTransform("strip", strip, {{" \n a \t", "a"}, {"\u2028\u00A0in side\u0085\r\n", "in side"},
+                                     {" \t\n ", ""}, {"", ""}});
+    // trim keeps line breaks and invalid bytes.
+    expectTransform("trim", trim, {{" \n a \t", "\n a"}, {"\u3000\u2003value\u00A0", "value"},
+                                   {"\u2029x\u2029", "\u2029x\u2029"}, {"   ", ""}, {" \xFF" "a\xC3 ", "\xFF" "a\xC3"}});
+    expectTransform("removeTrailingSlashes", removeTrailingSlashes, {{"///", ""}, {"/a/b//", "/a/b"}, {"a", "a"}});
+    expectTransform("removeLeadingSlashes", removeLeadingSlashes, {{"//a/b/", "a/b/"}, {"/", ""}, {"", ""}});
+    expectTransform("removeLeadingWhitespace", removeLeadingWhitespace, {{" \n\t a b \n", "a b \n"}, {"\n\n", ""}});
 }
 
-TEST(StringsManipulation, TrimKeepsLineBreaks) {
-    EXPECT_EQ(trim(" \n a \t"), "\n a");
-    EXPECT_EQ(trim("\u3000\u2003value\u00A0"), "value");
-    EXPECT_EQ(trim("\u2029x\u2029"), "\u2029x\u2029");
-    EXPECT_EQ(trim("   "), "");
-}
-
-TEST(StringsManipulation, Slashes) {
-    EXPECT_EQ(removeTrailingSlashes("///"), "");
-    EXPECT_EQ(removeTrailingSlashes("/a/b//"), "/a/b");
-    EXPECT_EQ(removeTrailingSlashes("a"), "a");
-    EXPECT_EQ(removeLeadingSlashes("//a/b/"), "a/b/");
-    EXPECT_EQ(removeLeadingSlashes("/"), "");
-    EXPECT_EQ(removeLeadingSlashes(""), "");
-}
-
-TEST(StringsManipulation, RemoveLeadingWhitespaceOnlyAtStart) {
-    EXPECT_EQ(removeLeadingWhitespace(" \n\t a b \n"), "a b \n");
-    EXPECT_EQ(removeLeadingWhitespace("\n\n"), "");
-}
-
-TEST(StringsManipulation, TrimCharactersOfText) {
-    EXPECT_EQ(trimLeadingCharacters("xxyabcxy", std::string("xy")), "abcxy");
-    EXPECT_EQ(trimTrailingCharacters("xxyabcxy", std::string("xy")), "xxyabc");
-    EXPECT_EQ(trimLeadingCharacters("xyxy", std::string("yx")), "");
-    EXPECT_EQ(trimTrailingCharacters("", std::string("a")), "");
-    // None is the empty set: nothing is removed.
-    EXPECT_EQ(trimLeadingCharacters("  a", nullopt), "  a");
-    EXPECT_EQ(trimTrailingCharacters("a  ", nullopt), "a  ");
-}
-
-TEST(StringsManipulation, TrimCharactersWorksOnCodePoints) {
-    // "é" and "è" share their first UTF-8 byte; only the listed one goes.
-    EXPECT_EQ(trimTrailingCharacters("caféè", std::string("è")), "café");
-    EXPECT_EQ(trimLeadingCharacters("ééx€", std::string("é")), "x€");
-    EXPECT_EQ(trimTrailingCharacters("x€€", std::string("€")), "x");
+TEST(StringsManipulation, TrimCharactersOfTextWorksOnCodePoints) {
+    const std::vector<std::tuple<bool, std::string, Text, std::string>> rows = {
+        {true, "xxyabcxy", "xy", "abcxy"}, {false, "xxyabcxy", "xy", "xxyabc"}, {true, "xyxy", "yx", ""},
+        {false, "", "a", ""},
+        // None is the empty set: nothing is removed.
+        {true, "  a", nullopt, "  a"}, {false, "a  ", nullopt, "a  "},
+        // "é" and "è" share their first UTF-8 byte; only the listed one goes.
+        {false, "caféè", "è", "café"}, {true, "ééx€", "é", "x€"}, {false, "x€€", "€", "x"},
+        {false, "--a--", "-", "--a"}};
+    for (const auto &[leading, text, characters, expected] : rows) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(leading ? trimLeadingCharacters(text, characters) : trimTrailingCharacters(text, characters), expected);
+        EXPECT_EQ(trimLeadingOrTrailingCharacters(text, characters, leading), expected);
+    }
 }
 
 TEST(StringsManipulation, TrimCharactersInSet) {
@@ -111,43 +81,27 @@ TEST(StringsManipulation, TrimCharactersInSet) {
     // A null set answers a copy.
     EXPECT_EQ(trimLeadingCharactersInSet(" a ", CharacterSet()), " a ");
     EXPECT_EQ(trimLeadingOrTrailingCharactersInSet(" a ", CharacterSet(), false), " a ");
-    EXPECT_EQ(trimLeadingOrTrailingCharacters("--a--", std::string("-"), false), "--a");
 }
-
-TEST(StringsManipulation, InvalidBytesSurviveTrimming) {
-    const std::string text = " \xFF" "a\xC3 ";
-    EXPECT_EQ(trim(text), "\xFF" "a\xC3");
-}
-
-// --- Emptiness
 
 TEST(StringsSearch, EmptinessTests) {
-    EXPECT_TRUE(isEmpty(nullopt));
-    EXPECT_TRUE(isEmpty(std::string()));
-    EXPECT_FALSE(isEmpty(std::string(" ")));
-
-    EXPECT_TRUE(isEmptyAfterTrim(nullopt));
-    EXPECT_TRUE(isEmptyAfterTrim(std::string(" \t\u00A0")));
-    EXPECT_FALSE(isEmptyAfterTrim(std::string(" \n ")));
-
-    EXPECT_TRUE(isEmptyAfterStrip(nullopt));
-    EXPECT_TRUE(isEmptyAfterStrip(std::string(" \n\u2028 ")));
-    EXPECT_FALSE(isEmptyAfterStrip(std::string(" . ")));
+    for (const auto &[text, empty, afterTrim, afterStrip] : std::vector<std::tuple<Text, bool, bool, bool>>{{nullopt, true, true, true}, {"", true, true, true},
+                                           {" ", false, true, true}, {" \t\u00A0", false, true, true},
+                                           {" \n ", false, false, true}, {" \n\u2028 ", false, false, true},
+                                           {" . ", false, false, false}}) {
+        SCOPED_TRACE(text.value_or("(none)"));
+        EXPECT_EQ(isEmpty(text), empty);
+        EXPECT_EQ(isEmptyAfterTrim(text), afterTrim);
+        EXPECT_EQ(isEmptyAfterStrip(text), afterStrip);
+    }
 }
 
-// --- Substrings
-
-TEST(StringsSearch, ContainsTheString) {
+TEST(StringsSearch, ContainsTheStringAndContainsStrings) {
     EXPECT_TRUE(containsTheString("Disk0s2", std::string("s2")));
     EXPECT_FALSE(containsTheString("Disk0s2", std::string("S2")));
     EXPECT_TRUE(containsTheString("Disk0s2", std::string("S2"), true));
     EXPECT_FALSE(containsTheString("Disk0s2", nullopt));
     EXPECT_FALSE(containsTheString("Disk0s2", nullopt, true));
-    // An empty needle is never found.
-    EXPECT_FALSE(containsTheString("abc", std::string()));
-}
-
-TEST(StringsSearch, ContainsStrings) {
+    EXPECT_FALSE(containsTheString("abc", std::string()));  // an empty needle is never found
     EXPECT_TRUE(containsStrings("anything", {}));
     EXPECT_TRUE(containsStrings("", {}, true));
     EXPECT_TRUE(containsStrings("Apple SSD Media", {"SSD", "Media"}));
@@ -157,31 +111,20 @@ TEST(StringsSearch, ContainsStrings) {
 }
 
 TEST(StringsSearch, MatchesIsCaseInsensitiveSearchAnywhere) {
-    EXPECT_TRUE(matches("Volume disk2s1 mounted", std::string("DISK[0-9]+s[0-9]")));
-    EXPECT_TRUE(matches("abc", std::string("^A")));
-    EXPECT_FALSE(matches("abc", std::string("^b")));
-    EXPECT_FALSE(matches("abc", nullopt));
-    EXPECT_TRUE(matches("abc", std::string("")));
+    // An invalid pattern matches nothing, not even its own text.
+    for (const auto &[text, pattern, found] : std::vector<std::tuple<std::string, Text, bool>>{{"Volume disk2s1 mounted", "DISK[0-9]+s[0-9]", true},
+                                           {"abc", "^A", true}, {"abc", "^b", false}, {"abc", nullopt, false},
+                                           {"abc", "", true}, {"a(b", "a(b", false}, {"[", "[", false},
+                                           {"x", "*x", false}})
+        EXPECT_EQ(matches(text, pattern), found) << pattern.value_or("(none)");
 }
 
-TEST(StringsSearch, InvalidPatternMatchesNothing) {
-    EXPECT_FALSE(matches("a(b", std::string("a(b")));
-    EXPECT_FALSE(matches("[", std::string("[")));
-    EXPECT_FALSE(matches("x", std::string("*x")));
-}
-
-TEST(StringsSearch, IsNumericAccepts) {
+TEST(StringsSearch, IsNumeric) {
     for (const char *text : {"12", "-3", "4.25", ".5", "7.", "-", "0", "-0.5", "-.5", "-7.", "  42\t", "\u00A01.5"})
         EXPECT_TRUE(isNumeric(text)) << '"' << text << '"';
-}
-
-TEST(StringsSearch, IsNumericRejects) {
     for (const char *text : {"", "   ", ".", "1e5", "+2", "1,000", "1.2.3", "--1", "12a", "0x1F", "1 2", "\n5",
                              "5\n", "-.", "١٢"})
         EXPECT_FALSE(isNumeric(text)) << '"' << text << '"';
-}
-
-TEST(StringsSearch, IsNumericOnVeryLongNumbers) {
     const std::string digits(200000, '9');
     EXPECT_TRUE(isNumeric(digits));
     EXPECT_TRUE(isNumeric("-" + digits + "." + digits));
@@ -190,14 +133,11 @@ TEST(StringsSearch, IsNumericOnVeryLongNumbers) {
     EXPECT_FALSE(isNumeric(digits + "x"));
 }
 
-TEST(StringsSearch, HasAnyPrefix) {
+TEST(StringsSearch, HasAnyPrefixAndFoundInArrayIsExact) {
     EXPECT_TRUE(hasAnyPrefix("disk0s1", {"cd", "disk"}));
     EXPECT_FALSE(hasAnyPrefix("disk0s1", {"Disk", "s1"}));
     EXPECT_FALSE(hasAnyPrefix("disk0s1", {}));
     EXPECT_FALSE(hasAnyPrefix("ab", {"abc"}));
-}
-
-TEST(StringsSearch, FoundInArrayIsExact) {
     EXPECT_TRUE(foundInArray("b", {"a", "b"}));
     EXPECT_FALSE(foundInArray("B", {"a", "b"}));
     EXPECT_FALSE(foundInArray("b ", {"a", "b"}));
@@ -205,79 +145,50 @@ TEST(StringsSearch, FoundInArrayIsExact) {
     EXPECT_TRUE(foundInArray("", {""}));
 }
 
-// --- Field extraction
-
-TEST(StringsFields, FindValueBetweenByIndex) {
-    const Text open = std::string("["), close = std::string("]");
-    EXPECT_EQ(findValueBetween("a[1]b[2]c", open, close, 0), "1");
-    EXPECT_EQ(findValueBetween("a[1]b[2]c", open, close, 1), "2");
-    EXPECT_EQ(findValueBetween("a[1]b[2]c", open, close, 2), "");
-    EXPECT_EQ(findValueBetween("x[5", open, close, 0), "5");
-    EXPECT_EQ(findValueBetween("x[5", open, close, 1), "");
-}
-
-TEST(StringsFields, FindValueBetweenEdges) {
-    const Text open = std::string("<b>"), close = std::string("</b>");
-    EXPECT_EQ(findValueBetween("no markers", open, close, 0), "");
-    EXPECT_EQ(findValueBetween("<b>x</b>", open, close, -1), "");
-    EXPECT_EQ(findValueBetween("<b>x</b>", nullopt, close, 0), "");
-    // The last opening without a closing marker runs to the end.
-    EXPECT_EQ(findValueBetween("<b>x</b><b>tail", open, close, 1), "tail");
-    EXPECT_EQ(findValueBetween("<b>x</b><b>tail", open, close, 2), "");
-    // An empty value.
-    EXPECT_EQ(findValueBetween("<b></b>", open, close, 0), "");
-    // Text between a closing and the next opening marker is skipped.
-    EXPECT_EQ(findValueBetween("<b>1</b>junk</b><b>2</b>", open, close, 1), "2");
-    // Same marker on both sides: values are taken pairwise.
-    EXPECT_EQ(findValueBetween("\"a\" and \"b\"", std::string("\""), std::string("\""), 1), "b");
-    // Without an end marker the whole rest is the first value.
-    EXPECT_EQ(findValueBetween("key=value", std::string("="), nullopt, 0), "value");
+TEST(StringsFields, FindValueBetween) {
+    const std::vector<std::tuple<std::string, Text, Text, long, std::string>> rows = {
+        {"a[1]b[2]c", "[", "]", 0, "1"}, {"a[1]b[2]c", "[", "]", 1, "2"}, {"a[1]b[2]c", "[", "]", 2, ""},
+        {"x[5", "[", "]", 0, "5"}, {"x[5", "[", "]", 1, ""},
+        {"no markers", "<b>", "</b>", 0, ""}, {"<b>x</b>", "<b>", "</b>", -1, ""}, {"<b>x</b>", nullopt, "</b>", 0, ""},
+        // The last opening without a closing marker runs to the end.
+        {"<b>x</b><b>tail", "<b>", "</b>", 1, "tail"}, {"<b>x</b><b>tail", "<b>", "</b>", 2, ""},
+        {"<b></b>", "<b>", "</b>", 0, ""},
+        // Text between a closing and the next opening marker is skipped.
+        {"<b>1</b>junk</b><b>2</b>", "<b>", "</b>", 1, "2"},
+        // Same marker on both sides: values are taken pairwise.
+        {"\"a\" and \"b\"", "\"", "\"", 1, "b"},
+        // Without an end marker the whole rest is the first value.
+        {"key=value", "=", nullopt, 0, "value"}};
+    for (const auto &[text, open, close, index, expected] : rows)
+        EXPECT_EQ(findValueBetween(text, open, close, index), expected) << text << " #" << index;
 }
 
 TEST(StringsFields, FindNthField) {
-    const Text comma = std::string(",");
-    EXPECT_EQ(findNthField("a,b,c", 0, comma), "a");
-    EXPECT_EQ(findNthField("a,b,c", 2, comma), "c");
-    EXPECT_EQ(findNthField("a,b", 2, comma), "");
-    EXPECT_EQ(findNthField("a,,b", 1, comma), "");
-    EXPECT_EQ(findNthField("a,b", -1, comma), "");
-    EXPECT_EQ(findNthField("a::b", 1, std::string("::")), "b");
+    // Text without the delimiter is every field.
+    for (const auto &[text, n, delimiter, expected] : std::vector<std::tuple<std::string, long, Text, std::string>>{{"a,b,c", 0, ",", "a"}, {"a,b,c", 2, ",", "c"}, {"a,b", 2, ",", ""},
+                                           {"a,,b", 1, ",", ""}, {"a,b", -1, ",", ""}, {"a::b", 1, "::", "b"},
+                                           {"abc", 5, ",", "abc"}, {"abc", -3, ",", "abc"}, {"abc", 1, nullopt, "abc"},
+                                           {"", 0, ",", ""}})
+        EXPECT_EQ(findNthField(text, n, delimiter), expected) << text << " #" << n;
 }
 
-TEST(StringsFields, TextWithoutDelimiterIsEveryField) {
-    EXPECT_EQ(findNthField("abc", 5, std::string(",")), "abc");
-    EXPECT_EQ(findNthField("abc", -3, std::string(",")), "abc");
-    EXPECT_EQ(findNthField("abc", 1, nullopt), "abc");
-    EXPECT_EQ(findNthField("", 0, std::string(",")), "");
-}
-
-// --- Appending to files
-
-TEST(StringsAppendToFile, CreatesThenAppends) {
+TEST(StringsAppendToFile, CreatesThenAppendsWithoutTruncating) {
     test::TempDir dir;
     const std::string path = (dir / "log.txt").string();
     EXPECT_TRUE(appendToFile("first\n", path));
     EXPECT_TRUE(appendToFile("zweite Zeile ü\n", path));
     EXPECT_EQ(test::readFile(path), "first\nzweite Zeile ü\n");
+    const auto existing = dir.write("existing.txt", "0123456789");
+    EXPECT_TRUE(appendToFile("", existing.string()));
+    EXPECT_TRUE(appendToFile("AB", existing.string()));
+    EXPECT_EQ(test::readFile(existing), "0123456789AB");
 }
 
-TEST(StringsAppendToFile, AppendsToExistingContentWithoutTruncating) {
-    test::TempDir dir;
-    const auto path = dir.write("existing.txt", "0123456789");
-    EXPECT_TRUE(appendToFile("", path.string()));
-    EXPECT_TRUE(appendToFile("AB", path.string()));
-    EXPECT_EQ(test::readFile(path), "0123456789AB");
-}
-
-TEST(StringsAppendToFile, MissingFolderFails) {
+TEST(StringsAppendToFile, MissingFolderOrFolderInTheWayFails) {
     test::TempDir dir;
     const auto path = dir / "missing" / "file.txt";
     EXPECT_FALSE(appendToFile("x", path.string()));
     EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST(StringsAppendToFile, FolderInTheWayFails) {
-    test::TempDir dir;
     std::filesystem::create_directory(dir / "folder");
     EXPECT_FALSE(appendToFile("x", (dir / "folder").string()));
 }
