@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Exception.h"
 #include "message/ListItems.h"
 #include "message/MappedClass.h"
 #include "platform/Clock.h"
@@ -30,31 +31,33 @@ inline std::shared_ptr<FixedClock> clockAt(int64_t seconds, int64_t millis = 0) 
                                                                               std::chrono::milliseconds(millis)));
 }
 
+// Machine doubles that count how often they are asked.
 class FakeMachineIdentity : public platform::MachineIdentity {
 public:
-    explicit FakeMachineIdentity(std::optional<std::string> uuid) : uuid_(std::move(uuid)) {}
-    std::optional<std::string> hardwareUuid() override {
-        ++calls;
-        return uuid_;
-    }
+    explicit FakeMachineIdentity(std::optional<std::string> uuid) : uuid(std::move(uuid)) {}
+    std::optional<std::string> hardwareUuid() override { return ++calls, uuid; }
+    std::optional<std::string> uuid;
     int calls = 0;
-
-private:
-    std::optional<std::string> uuid_;
 };
 
 class FakeNetworkInterfaces : public platform::NetworkInterfaces {
 public:
-    explicit FakeNetworkInterfaces(std::vector<platform::NetworkInterface> list) : list_(std::move(list)) {}
-    std::vector<platform::NetworkInterface> list() override {
-        ++calls;
-        return list_;
-    }
+    explicit FakeNetworkInterfaces(std::vector<platform::NetworkInterface> list = {}) : interfaces(std::move(list)) {}
+    std::vector<platform::NetworkInterface> list() override { return ++calls, interfaces; }
+    std::vector<platform::NetworkInterface> interfaces;
     int calls = 0;
-
-private:
-    std::vector<platform::NetworkInterface> list_;
 };
+
+// The exception fn raises, if any.
+template <class Fn>
+std::optional<Exception> raised(Fn &&fn) {
+    try {
+        fn();
+    } catch (const Exception &e) {
+        return e;
+    }
+    return std::nullopt;
+}
 
 // --- Sample command-data classes
 
@@ -111,13 +114,14 @@ public:
     std::vector<std::shared_ptr<VCCStringListItem>> tags;
     std::optional<std::vector<std::string>> names;
     std::optional<std::vector<NumberObject>> counts;
+    std::vector<std::shared_ptr<VCCDataListItem>> parts;
     static const MappedClass &mapping() {
         static const MappedClass cls =
             MappedClass::define<Crate>("Crate")
                 .alias("crate")
                 .fieldOrder({"crateID=id", "name", "notes", "small", "sealed", "payload", "scratch", "mainLabel",
                              "volume", "extras", "labels:Label", "tags:VCCStringListItem", "names:NSString",
-                             "counts:NSNumber", "noSuchField"})
+                             "counts:NSNumber", "parts:VCCDataListItem", "noSuchField"})
                 .field("crateID", &Crate::crateID)
                 .field("name", &Crate::name)
                 .field("notes", &Crate::notes, FieldKind::MutableText)
@@ -131,22 +135,28 @@ public:
                 .field("labels", &Crate::labels)
                 .field("tags", &Crate::tags)
                 .field("names", &Crate::names)
-                .field("counts", &Crate::counts);
+                .field("counts", &Crate::counts)
+                .field("parts", &Crate::parts);
         return cls;
     }
 };
 
-// A list entry without ":Class", as the site class of the server calls has.
+// A site as the server's site list has it: the privileges entry names no
+// item class, which writes fine and fails to read.
 class LooseSite : public Mapped<LooseSite> {
 public:
     int32_t siteID = 0;
+    std::optional<std::string> name;
     std::vector<std::shared_ptr<VCCStringListItem>> privileges;
+    bool currentUserSite = false;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<LooseSite>("LooseSite")
                                            .alias("site")
-                                           .fieldOrder({"siteID=id", "privileges"})
+                                           .fieldOrder({"siteID=id", "name", "privileges", "currentUserSite"})
                                            .field("siteID", &LooseSite::siteID)
-                                           .field("privileges", &LooseSite::privileges);
+                                           .field("name", &LooseSite::name)
+                                           .field("privileges", &LooseSite::privileges)
+                                           .field("currentUserSite", &LooseSite::currentUserSite);
         return cls;
     }
 };
@@ -191,54 +201,13 @@ public:
 // A subclass that declares nothing of its own.
 class PlainLabel : public Label {};
 
-// Command data with its own "xsi:type" and a class without field order.
-class TypedRequest : public Mapped<TypedRequest> {
-public:
-    std::optional<std::string> value;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<TypedRequest>("TypedRequest")
-                                           .typeAttr("ns2:TypedRequestType")
-                                           .fieldOrder({"value"})
-                                           .field("value", &TypedRequest::value);
-        return cls;
-    }
-};
-
+// A class without field order.
 class BareRequest : public Mapped<BareRequest> {
 public:
     std::optional<std::string> value = std::string("never written");
     static const MappedClass &mapping() {
         static const MappedClass cls =
             MappedClass::define<BareRequest>("BareRequest").field("value", &BareRequest::value);
-        return cls;
-    }
-};
-
-// Credentials, shaped as the server's credentials reply.
-class SampleCredential : public Mapped<SampleCredential> {
-public:
-    int32_t objectID = 0;
-    std::optional<std::string> username;
-    std::optional<std::string> password;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<SampleCredential>("SampleCredential")
-                                           .alias("credential")
-                                           .fieldOrder({"objectID", "username", "password"})
-                                           .field("objectID", &SampleCredential::objectID)
-                                           .field("username", &SampleCredential::username)
-                                           .field("password", &SampleCredential::password);
-        return cls;
-    }
-};
-
-class SampleCredentialsResponse : public Mapped<SampleCredentialsResponse> {
-public:
-    std::vector<std::shared_ptr<SampleCredential>> credentials;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<SampleCredentialsResponse>("SampleCredentialsResponse")
-                                           .alias("credentials")
-                                           .fieldOrder({"credentials:SampleCredential"})
-                                           .field("credentials", &SampleCredentialsResponse::credentials);
         return cls;
     }
 };

@@ -52,36 +52,20 @@ TEST(Reply, EnvelopeFieldsAndTypedContent) {
     EXPECT_EQ(ping->note, " n ");
 }
 
-TEST(Reply, ListOfTypedItemsInDocumentOrder) {
-    VCCMessage message;
-    message.setCommandDataClass(&SampleCredentialsResponse::mapping());
-    message.loadFromXmlData(reply(content(
-        kOkStatus,
-        "<commandData><credentials><ns2:credentials>"
-        "<ns2:credential><ns2:objectID>1</ns2:objectID><ns2:username>alice</ns2:username><ns2:password>p1</ns2:password></ns2:credential>"
-        "<ns2:credential><ns2:objectID>2</ns2:objectID><ns2:username>bob</ns2:username></ns2:credential>"
-        "</ns2:credentials></credentials></commandData>")));
-    auto response = message.content()->commandDataAs<SampleCredentialsResponse>();
-    ASSERT_NE(response, nullptr);
-    ASSERT_EQ(response->credentials.size(), 2u);
-    EXPECT_EQ(response->credentials[0]->objectID, 1);
-    EXPECT_EQ(response->credentials[0]->username, "alice");
-    EXPECT_EQ(response->credentials[0]->password, "p1");
-    EXPECT_EQ(response->credentials[1]->username, "bob");
-    EXPECT_FALSE(response->credentials[1]->password);
-}
-
-TEST(Reply, SitesWithoutPrivilegesReadSitesWithPrivilegesRaise) {
-    const std::string withoutPrivileges =
-        "<commandData><clientSitePrivileges><sites><site><id>1</id></site><site><id>2</id></site></sites>"
-        "</clientSitePrivileges></commandData>";
+TEST(Reply, SiteListReadsInDocumentOrderUntilAnEntryWithoutClassIsPresent) {
     VCCMessage message;
     message.setCommandDataClass(&LooseSitesResponse::mapping());
-    message.loadFromXmlData(reply(content(kOkStatus, withoutPrivileges)));
+    message.loadFromXmlData(reply(content(kOkStatus, "<commandData><clientSitePrivileges><ns2:sites>"
+                                                     "<ns2:site><ns2:id>1</ns2:id><ns2:name>Main</ns2:name></ns2:site>"
+                                                     "<ns2:site><ns2:id>2</ns2:id></ns2:site>"
+                                                     "</ns2:sites></clientSitePrivileges></commandData>")));
     auto sites = message.content()->commandDataAs<LooseSitesResponse>();
     ASSERT_NE(sites, nullptr);
     ASSERT_EQ(sites->sites.size(), 2u);
+    EXPECT_EQ(sites->sites[0]->siteID, 1);
+    EXPECT_EQ(sites->sites[0]->name, "Main");
     EXPECT_EQ(sites->sites[1]->siteID, 2);
+    EXPECT_FALSE(sites->sites[1]->name);
 
     VCCMessage failing;
     failing.setCommandDataClass(&LooseSitesResponse::mapping());
@@ -91,21 +75,15 @@ TEST(Reply, SitesWithoutPrivilegesReadSitesWithPrivilegesRaise) {
     EXPECT_THROW(failing.loadFromXmlData(reply(content(kOkStatus, withPrivileges))), Exception);
 }
 
-TEST(Reply, TwoContentsFirstIsTheContent) {
-    VCCMessage message;
-    message.loadFromXmlData(reply(content(kOkStatus, "") + content("<status><code>1999</code></status>", "")));
-    ASSERT_EQ(message.contents().size(), 2u);
-    EXPECT_EQ(message.content(), message.contents()[0]);
-    EXPECT_EQ(message.contents()[1]->status()->code(), 1999);
-}
-
-TEST(Reply, ParsedContentsFollowThoseAlreadyThere) {
+TEST(Reply, ParsedContentsFollowThoseAlreadyThereInOrder) {
     VCCMessage message;
     auto own = std::make_shared<VCCMessageContent>();
     message.addContent(own);
-    message.loadFromXmlData(reply(content(kOkStatus, "")));
-    ASSERT_EQ(message.contents().size(), 2u);
+    message.loadFromXmlData(reply(content(kOkStatus, "") + content("<status><code>1999</code></status>", "")));
+    ASSERT_EQ(message.contents().size(), 3u);
     EXPECT_EQ(message.content(), own);
+    EXPECT_EQ(message.contents()[1]->status()->code(), 0);
+    EXPECT_EQ(message.contents()[2]->status()->code(), 1999);
 }
 
 TEST(Reply, WithoutClassTheRawContentElementIsKept) {
@@ -130,19 +108,16 @@ TEST(Reply, MissingCommandDataLeavesDefaults) {
     ASSERT_NE(message.contents()[1]->commandDataAs<PingRequest>(), nullptr);
 }
 
-TEST(Reply, MissingTimestampIsTheEpochAndMissingApplicationIsNone) {
+TEST(Reply, MissingEnvelopeFields) {
     VCCMessage message;
     message.setApplication("before");
     message.device().setUuid("kept");
+    message.device().setMacAddresses(std::vector<VCCMacAddress>{{"en0", "x"}});
     message.loadFromXmlData(reply(content(kOkStatus, ""), "<other/>"));
     EXPECT_EQ(javaEpochValue(message.messageTimestamp()), 0);
     EXPECT_FALSE(message.application());
     EXPECT_EQ(message.device().uuid(), "kept");
-}
-
-TEST(Reply, DeviceWithoutAddressListKeepsTheList) {
-    VCCMessage message;
-    message.device().setMacAddresses(std::vector<VCCMacAddress>{{"en0", "x"}});
+    // A device without an address list keeps the list.
     message.loadFromXmlData(reply("", "<device><uuid>D</uuid></device>"));
     EXPECT_EQ(message.device().uuid(), "D");
     ASSERT_TRUE(message.device().macAddresses());
@@ -169,26 +144,22 @@ TEST(Reply, ChildrenInANamespaceAreNotEnvelopeFields) {
     EXPECT_TRUE(message.contents().empty());
 }
 
-TEST(Reply, StatusFromTheTableNotTheReply) {
+TEST(Reply, StatusTextsFromTheTableNotTheReplyAndAbsentStatusIsSuccess) {
     VCCMessage message;
     message.loadFromXmlData(reply(content("<status><code>1421</code><timestamp>1500</timestamp><title>X</title>"
                                           "<message>Y</message><extendedMessage>more</extendedMessage></status>",
-                                          "")));
+                                          "") +
+                                  content("", "")));
     std::shared_ptr<VCCStatus> status = message.content()->status();
     EXPECT_EQ(status->code(), 1421);
     EXPECT_EQ(status->description(), "Device Not Found - The device specified could not be found.");
     EXPECT_EQ(javaEpochValue(status->timestamp()), 1000);
     EXPECT_EQ(status->extendedMessage(), "more");
-}
-
-TEST(Reply, AbsentStatusReadsAsSuccess) {
-    VCCMessage message;
-    message.loadFromXmlData(reply(content("", "")));
-    std::shared_ptr<VCCStatus> status = message.content()->status();
-    ASSERT_NE(status, nullptr);
-    EXPECT_EQ(status->code(), 0);
-    EXPECT_EQ(status->title(), "Success");
-    EXPECT_FALSE(status->extendedMessage());
+    std::shared_ptr<VCCStatus> absent = message.contents()[1]->status();
+    ASSERT_NE(absent, nullptr);
+    EXPECT_EQ(absent->code(), 0);
+    EXPECT_EQ(absent->title(), "Success");
+    EXPECT_FALSE(absent->extendedMessage());
 }
 
 TEST(Reply, RoundTripOfARequest) {

@@ -26,17 +26,17 @@ TEST(Status, Defaults) {
     EXPECT_EQ(status.description(), " - ");
 }
 
-TEST(Status, KnownCodes) {
-    EXPECT_EQ(describe(0), "Success - The action was completed successfully.");
-    EXPECT_EQ(describe(1421), "Device Not Found - The device specified could not be found.");
-    EXPECT_EQ(describe(1504), "Clock Skew Error - There is a discrepancy between the local time and the ZEL server time.");
-    EXPECT_EQ(describe(1999), "Unknown Error - An unknown error has occurred.");
-    EXPECT_EQ(describe(2100), "Policy Execution Error - TODO");
-    EXPECT_EQ(describe(2101), "Error Updating Management Password - TODO");
-}
-
-TEST(Status, UnknownCodeKeepsTexts) {
-    EXPECT_EQ(describe(42), " - ");
+TEST(Status, TextsFromTheTable) {
+    for (const auto &[code, text] : std::vector<std::pair<int32_t, std::string>>{
+             {0, "Success - The action was completed successfully."},
+             {1421, "Device Not Found - The device specified could not be found."},
+             {1504, "Clock Skew Error - There is a discrepancy between the local time and the ZEL server time."},
+             {1999, "Unknown Error - An unknown error has occurred."},
+             {2100, "Policy Execution Error - TODO"},
+             {2101, "Error Updating Management Password - TODO"},
+             {42, " - "}})
+        EXPECT_EQ(describe(code), text) << code;
+    // An unknown code keeps the texts it has.
     VCCStatus status;
     status.setTitle("mine");
     status.setMessage("kept");
@@ -58,23 +58,23 @@ TEST(Status, TableDocumentHasEveryRowInOrder) {
     EXPECT_NE(VCCStatus::statusCodesXml().find("\t\t<title>Invalid Message Content</title>"), std::string::npos);
 }
 
-TEST(Status, ReadingNonNumericCodeIsSuccess) {
-    xml::XmlDocument doc = xml::XmlDocument::parse("<status><code>abc</code></status>");
-    VCCStatus status;
-    status.setCode(5);
-    status.loadFromXmlNode(doc.rootElement());
-    EXPECT_EQ(status.code(), 0);
-    EXPECT_EQ(status.title(), "Success");
-    EXPECT_EQ(javaEpochValue(status.timestamp()), 0);
-}
-
-TEST(Status, ReadingTakesLeadingDigits) {
-    xml::XmlDocument doc = xml::XmlDocument::parse("<status><code> 1302x</code><timestamp>-1500</timestamp></status>");
-    VCCStatus status;
-    status.loadFromXmlNode(doc.rootElement());
-    EXPECT_EQ(status.code(), 1302);
-    EXPECT_EQ(status.title(), "Invalid Message");
-    EXPECT_EQ(javaEpochValue(status.timestamp()), -1000);
+TEST(Status, ReadingTakesTheLeadingDigits) {
+    struct Row {
+        std::string xml;
+        int32_t code;
+        std::string title;
+        int64_t timestamp;
+    };
+    for (const Row &row : std::vector<Row>{{"<status><code>abc</code></status>", 0, "Success", 0},
+                                           {"<status><code> 1302x</code><timestamp>-1500</timestamp></status>", 1302,
+                                            "Invalid Message", -1000}}) {
+        VCCStatus status;
+        status.setCode(5);
+        status.loadFromXmlNode(xml::XmlDocument::parse(row.xml).rootElement());
+        EXPECT_EQ(status.code(), row.code) << row.xml;
+        EXPECT_EQ(status.title(), row.title) << row.xml;
+        EXPECT_EQ(javaEpochValue(status.timestamp()), row.timestamp) << row.xml;
+    }
 }
 
 TEST(Status, WritingFullStatus) {

@@ -19,28 +19,22 @@ TEST(JavaDate, WholeSecondsInAMillisecondField) {
     EXPECT_EQ(javaEpochValue(Date(milliseconds(1700000000900))), 1700000000000);
     EXPECT_EQ(javaEpochValue(Date(milliseconds(-1500))), -1000);
     EXPECT_EQ(javaEpochString(Date(milliseconds(-1500))), "-1000");
-}
-
-TEST(JavaDate, NowComesFromTheClock) {
     auto clock = platform::clock().install(clockAt(1700000000, 900));
     EXPECT_EQ(javaEpochString(dateNow()), "1700000000000");
 }
 
-TEST(JavaDate, FromValueDropsSubSeconds) {
-    EXPECT_EQ(dateWithJavaEpochValue(1500).time_since_epoch(), milliseconds(1000));
-    EXPECT_EQ(dateWithJavaEpochValue(-1500).time_since_epoch(), milliseconds(-1000));
-    EXPECT_EQ(dateWithJavaEpochValue(INT64_MAX).time_since_epoch(), milliseconds(INT64_MAX / 1000 * 1000));
-    EXPECT_EQ(dateWithJavaEpochValue(INT64_MIN).time_since_epoch(), milliseconds(INT64_MIN / 1000 * 1000));
-}
-
-TEST(JavaDate, FromText) {
-    EXPECT_EQ(dateWithJavaEpochString(std::string("1500")).time_since_epoch(), milliseconds(1000));
-    EXPECT_EQ(dateWithJavaEpochString(std::string("abc")).time_since_epoch(), milliseconds(0));
-    EXPECT_EQ(dateWithJavaEpochString(std::nullopt).time_since_epoch(), milliseconds(0));
-    EXPECT_EQ(dateWithJavaEpochString(std::string("-1500")).time_since_epoch(), milliseconds(-1000));
-    EXPECT_EQ(dateWithJavaEpochString(std::string("  42000xyz")).time_since_epoch(), milliseconds(42000));
-    EXPECT_EQ(dateWithJavaEpochString(std::string("99999999999999999999999")).time_since_epoch(),
-              milliseconds(INT64_MAX / 1000 * 1000));
+TEST(JavaDate, FromValueAndTextDropSubSeconds) {
+    for (const auto &[value, millis] : std::vector<std::pair<int64_t, int64_t>>{
+             {1500, 1000}, {-1500, -1000}, {INT64_MAX, INT64_MAX / 1000 * 1000}, {INT64_MIN, INT64_MIN / 1000 * 1000}})
+        EXPECT_EQ(dateWithJavaEpochValue(value).time_since_epoch(), milliseconds(millis)) << value;
+    for (const auto &[text, millis] : std::vector<std::pair<std::optional<std::string>, int64_t>>{
+             {"1500", 1000},
+             {"abc", 0},
+             {std::nullopt, 0},
+             {"-1500", -1000},
+             {"  42000xyz", 42000},
+             {"99999999999999999999999", INT64_MAX / 1000 * 1000}})
+        EXPECT_EQ(dateWithJavaEpochString(text).time_since_epoch(), milliseconds(millis)) << text.value_or("none");
 }
 
 // Runs the body in a fixed local time zone (Central European, no tz files
@@ -82,13 +76,19 @@ TEST_F(LocalZone, CalendarDatesThatDoNotMatch) {
 std::string cleaned(const std::string &text) { return RemoveInvalidXmlData::removeInvalidEncodedChars(text); }
 
 TEST(RemoveInvalidXmlData, DropsReferencesToControlCharacters) {
-    EXPECT_EQ(cleaned("a&#8;b"), "ab");
-    EXPECT_EQ(cleaned("&#1;&#2;&#9;"), "&#9;");
-    EXPECT_EQ(cleaned("&#0;x&#28;y&#14;"), "xy");
-    EXPECT_EQ(cleaned("a&#11;&#12;b"), "ab");
-    EXPECT_EQ(cleaned("a&#7.9;b"), "ab");
-    EXPECT_EQ(cleaned("a&# 5\t;b"), "ab");
-    EXPECT_EQ(cleaned("a&#-;b"), "ab");  // "-" alone counts as numeric 0
+    for (const auto &[text, expected] : std::vector<std::pair<std::string, std::string>>{
+             {"a&#8;b", "ab"},
+             {"&#1;&#2;&#9;", "&#9;"},
+             {"&#0;x&#28;y&#14;", "xy"},
+             {"a&#11;&#12;b", "ab"},
+             {"a&#7.9;b", "ab"},
+             {"a&# 5\t;b", "ab"},
+             {"a&#-;b", "ab"},  // "-" alone counts as numeric 0
+             // The candidate runs to the next semicolon: for the first "&#"
+             // it is "&#1", not numeric, so everything stays.
+             {"x&#&#1;y", "x&#&#1;y"},
+             {"&#3;&#3;;&#3", ";&#3"}})
+        EXPECT_EQ(cleaned(text), expected) << text;
 }
 
 TEST(RemoveInvalidXmlData, KeepsEverythingElse) {
@@ -96,12 +96,6 @@ TEST(RemoveInvalidXmlData, KeepsEverythingElse) {
                              "a&#;b", "a&#12", "x&#-3;y", "&#99999999999999999999;", "&#4294967296;", "plain", "",
                              "&#1e1;", "&#+5;", "&#1,0;"})
         EXPECT_EQ(cleaned(text), text) << text;
-}
-
-TEST(RemoveInvalidXmlData, CandidateRunsToTheNextSemicolon) {
-    // The candidate of the first "&#" is "&#1": not numeric, everything stays.
-    EXPECT_EQ(cleaned("x&#&#1;y"), "x&#&#1;y");
-    EXPECT_EQ(cleaned("&#3;&#3;;&#3"), ";&#3");
 }
 
 std::optional<std::string> filtered(const std::string &bytes) { return VCCMessage::dataByRemovingInvalidXmlCharacters(bytes); }
