@@ -17,19 +17,14 @@ std::optional<std::string> linuxUuid() { return platform::machineIdentity().get(
 
 const std::regex kUuidForm("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
 
-TEST(MachineIdentity, FirmwareUuidUpperCased) {
-    SystemRootSandbox sandbox;
-    sandbox.root().write("sys/class/dmi/id/product_uuid", "4c4c4544-0042-3510-8052-b4c04f4e3732\n");
-    sandbox.root().write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
-    EXPECT_EQ(linuxUuid(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
-    EXPECT_EQ(VORKHardwareIdentification::getHardwareUUID(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
-}
-
-TEST(MachineIdentity, PlaceholderFirmwareUuidFallsBackToMachineId) {
+TEST(MachineIdentity, FirmwareUuidUpperCasedPlaceholdersFallBackToMachineId) {
     SystemRootSandbox sandbox;
     sandbox.root().write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
     std::optional<std::string> derived = linuxUuid();
     ASSERT_TRUE(derived);
+    sandbox.root().write("sys/class/dmi/id/product_uuid", "4c4c4544-0042-3510-8052-b4c04f4e3732\n");
+    EXPECT_EQ(linuxUuid(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
+    EXPECT_EQ(VORKHardwareIdentification::getHardwareUUID(), "4C4C4544-0042-3510-8052-B4C04F4E3732");
     for (const char *placeholder : {"00000000-0000-0000-0000-000000000000", "ffffffff-ffff-ffff-ffff-ffffffffffff",
                                     "not a uuid", "4c4c4544-0042-3510-8052-b4c04f4e373"}) {
         sandbox.root().write("sys/class/dmi/id/product_uuid", placeholder);
@@ -80,9 +75,9 @@ TEST(NetworkInterfaces, KernelOrderAndAddresses) {
     addInterface(sandbox, "en0", 2, "00:1c:42:aa:bb:cc");
     addInterface(sandbox, "tun0", 10, "");
     addInterface(sandbox, "sit0", 4, std::nullopt);
-    std::vector<platform::NetworkInterface> list = platform::networkInterfaces().get()->list();
     std::vector<std::pair<std::string, std::string>> seen;
-    for (const auto &interface : list) seen.emplace_back(interface.name, interface.hardwareAddress);
+    for (const auto &interface : platform::networkInterfaces().get()->list())
+        seen.emplace_back(interface.name, interface.hardwareAddress);
     EXPECT_EQ(seen, (std::vector<std::pair<std::string, std::string>>{{"lo", ""},
                                                                       {"en0", "00:1c:42:aa:bb:cc"},
                                                                       {"wlan0", "00:1c:42:aa:bb:03"},
@@ -95,12 +90,9 @@ TEST(NetworkInterfaces, NoInterfaceFolderIsAnEmptyList) {
     EXPECT_TRUE(platform::networkInterfaces().get()->list().empty());
 }
 
-class CountingInterfaces : public platform::NetworkInterfaces {
-public:
-    std::vector<platform::NetworkInterface> list() override {
-        ++calls;
-        return interfaces;
-    }
+// Counts how often the list is asked for.
+struct CountingInterfaces : platform::NetworkInterfaces {
+    std::vector<platform::NetworkInterface> list() override { return ++calls, interfaces; }
     std::vector<platform::NetworkInterface> interfaces;
     int calls = 0;
 };

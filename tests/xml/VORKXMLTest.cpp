@@ -33,37 +33,27 @@ TEST(SafeXPath, RewritesEachComponent) {
 TEST(VORKXMLMessage, PropertiesRelativeToTheContentsNode) {
     VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
     EXPECT_EQ(message.contentsNode().name(), "ns2:clientSitePrivileges");
-    EXPECT_EQ(message.valueForProperty("sites/site/name"), "Main");
-    EXPECT_EQ(message.valueForProperty("sites/site[2]/name"), "Second");
-    EXPECT_EQ(message.valueForProperty("sites/site/id"), "42");
+    for (const auto &[property, value] : std::vector<std::pair<std::string, std::string>>{
+             {"sites/site/name", "Main"}, {"sites/site[2]/name", "Second"}, {"sites/site/id", "42"},
+             {"empty", ""}, {"nothing/here", ""}})
+        EXPECT_EQ(message.valueForProperty(property), value) << property;
     EXPECT_EQ(message.integerForProperty("sites/site/id"), 42);
     EXPECT_EQ(message.intForProperty("sites/site[2]/id"), 7);
     EXPECT_EQ(message.longLongForProperty("big"), -9000000000LL);
     EXPECT_EQ(message.integerForProperty("big"), INT32_MIN);
+    EXPECT_EQ(message.integerForProperty("empty"), 0);
     EXPECT_EQ(message.nodeCountForProperty("sites/site"), 2u);
     EXPECT_EQ(message.nodesForProperty("sites/site").size(), 2u);
+    EXPECT_EQ(message.nodeCountForProperty(""), 0u);
     ASSERT_TRUE(message.firstNodeForProperty("sites"));
     EXPECT_EQ(message.firstNodeForProperty("sites")->name(), "ns2:sites");
-    EXPECT_EQ(message.dataFromBase64StringForProperty("data"), (std::vector<uint8_t>{'h', 'e', 'l', 'l', 'o'}));
-}
-
-TEST(VORKXMLMessage, MissingAndEmptyValues) {
-    VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
-    EXPECT_EQ(message.valueForProperty("empty"), "");
-    EXPECT_EQ(message.integerForProperty("empty"), 0);
-    EXPECT_EQ(message.valueForProperty("nothing/here"), "");
-    EXPECT_FALSE(message.boolForProperty("nothing"));
-    EXPECT_EQ(message.nodeCountForProperty(""), 0u);
     EXPECT_FALSE(message.firstNodeForProperty("nothing"));
+    EXPECT_EQ(message.dataFromBase64StringForProperty("data"), (std::vector<uint8_t>{'h', 'e', 'l', 'l', 'o'}));
     EXPECT_TRUE(message.dataFromBase64StringForProperty("nothing").empty());
-}
-
-TEST(VORKXMLMessage, BoolIsTrueOnlyForTrueAndOne) {
-    VORKXMLMessage message = VORKXMLMessage::messageWithString(kReply);
-    EXPECT_TRUE(message.boolForProperty("yes"));
-    EXPECT_TRUE(message.boolForProperty("sites/site[2]/flag"));
-    EXPECT_FALSE(message.boolForProperty("upper"));
-    EXPECT_FALSE(message.boolForProperty("word"));
+    // A flag is true only for "true" and "1".
+    for (const auto &[property, flag] : std::vector<std::pair<std::string, bool>>{
+             {"yes", true}, {"sites/site[2]/flag", true}, {"upper", false}, {"word", false}, {"nothing", false}})
+        EXPECT_EQ(message.boolForProperty(property), flag) << property;
 }
 
 TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocument) {
@@ -83,7 +73,7 @@ TEST(VORKXMLMessage, NotXmlReadsNothing) {
     EXPECT_EQ(message.prettyXml(), "");
 }
 
-TEST(VORKXMLMessage, MessageWithNodeHasNoDocument) {
+TEST(VORKXMLMessage, MessageWithNodeHasNoDocumentAndNoPrettyXml) {
     VORKXMLDocument doc("<a><b><c>x</c></b></a>");
     std::optional<VORKXMLNode> b = doc.rootNode().firstNodeForXPath("a/b");
     ASSERT_TRUE(b);
@@ -91,11 +81,8 @@ TEST(VORKXMLMessage, MessageWithNodeHasNoDocument) {
     EXPECT_FALSE(message.xml());
     EXPECT_EQ(message.valueForProperty("c"), "x");
     EXPECT_EQ(message.prettyXml(), "");
-}
-
-TEST(VORKXMLMessage, PrettyXmlIsIndented) {
-    VORKXMLMessage message = VORKXMLMessage::messageWithString("<a><b>x</b></a>");
-    EXPECT_EQ(message.prettyXml(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a>\n  <b>x</b>\n</a>\n");
+    EXPECT_EQ(VORKXMLMessage::messageWithString("<a><b>x</b></a>").prettyXml(),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a>\n  <b>x</b>\n</a>\n");
 }
 
 TEST(VORKXMLNode, StringValueByKind) {
@@ -130,21 +117,18 @@ TEST(VORKXMLNode, ErrorsAreKeptAcrossLaterSuccess) {
     EXPECT_EQ(root.lastError()->message, first);
 }
 
-TEST(VORKXMLDocument, FailedParseStillHasARootWrapper) {
-    VORKXMLDocument doc("<a>");
-    EXPECT_TRUE(doc.lastError());
-    EXPECT_FALSE(doc.xml());
-    EXPECT_TRUE(doc.rootNode().nodesForXPath("//*").empty());
-    EXPECT_FALSE(doc.rootNode().stringForXPath("a"));
-}
-
-TEST(VORKXMLDocument, FromFile) {
+TEST(VORKXMLDocument, FromFileAndFailedParse) {
     test::TempDir dir;
     VORKXMLDocument doc = VORKXMLDocument::fromURL(dir.write("x.xml", "<a><b>1</b></a>").string());
     EXPECT_FALSE(doc.lastError());
     EXPECT_EQ(doc.rootNode().integerForXPath("a/b/text()"), 1);
-    VORKXMLDocument missing = VORKXMLDocument::fromURL((dir / "none.xml").string());
-    EXPECT_TRUE(missing.lastError());
+    EXPECT_TRUE(VORKXMLDocument::fromURL((dir / "none.xml").string()).lastError());
+    // A failed parse still has a root wrapper, which finds nothing.
+    VORKXMLDocument broken("<a>");
+    EXPECT_TRUE(broken.lastError());
+    EXPECT_FALSE(broken.xml());
+    EXPECT_TRUE(broken.rootNode().nodesForXPath("//*").empty());
+    EXPECT_FALSE(broken.rootNode().stringForXPath("a"));
 }
 
 }  // namespace
