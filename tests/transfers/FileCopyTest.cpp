@@ -6,16 +6,15 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <thread>
 
+#include "TransferHelpers.h"
+#include "http/HttpFixture.h"
 #include "base/Exception.h"
 #include "platform/FileSystemSpace.h"
 #include "runloop/RunLoop.h"
@@ -28,22 +27,14 @@ using namespace std::chrono_literals;
 using vork::CopyStage;
 using vork::CopyStatus;
 using vork::FileCopy;
+using vork::test::asUnprivilegedUser;
+using vork::test::patternBytes;
 using vork::test::readFile;
 using vork::test::RecordingLog;
 using vork::test::TempDir;
+using Attributes = vork::Result<vork::platform::FileSystemAttributes>;
 
 namespace {
-
-// Content that differs at every offset, so a misplaced chunk shows.
-std::string pattern(size_t size, unsigned seed = 1) {
-    std::string out(size, '\0');
-    uint32_t x = seed * 2654435761u + 1;
-    for (size_t i = 0; i < size; ++i) {
-        x = x * 1664525u + 1013904223u;
-        out[i] = static_cast<char>(x >> 24);
-    }
-    return out;
-}
 
 // Polls the way the agent does until the copy completes (or a generous
 // deadline passes, so a broken copy fails instead of hanging).
@@ -99,9 +90,9 @@ void expectSameTree(const fs::path &original, const fs::path &copy) {
 // read-only folder and a FIFO.
 fs::path makeTree(const TempDir &dir, const std::string &name) {
     fs::path root = dir / name;
-    dir.write(name + "/top.bin", pattern(70000, 1));
+    dir.write(name + "/top.bin", patternBytes(70000, 1));
     dir.write(name + "/sub/middle.txt", "middle\n");
-    dir.write(name + "/sub/deeper/bottom.bin", pattern(3 << 20, 2));
+    dir.write(name + "/sub/deeper/bottom.bin", patternBytes(3 << 20, 2));
     dir.write(name + "/sub/deeper/empty.txt", "");
     fs::create_directories(root / "empty-folder");
     fs::create_symlink("sub/middle.txt", root / "link-to-middle");
@@ -115,6 +106,18 @@ fs::path makeTree(const TempDir &dir, const std::string &name) {
     return root;
 }
 
+// Enough files that they queue up for the helper threads and overflow the
+// queue, in folders of different depths and modes.
+fs::path makeWideTree(const TempDir &dir, const std::string &name, int files, size_t fileSize) {
+    for (int i = 0; i < files; ++i) {
+        std::string folder = name + "/d" + std::to_string(i % 7) + (i % 3 ? "/e" + std::to_string(i % 5) : "");
+        dir.write(folder + "/f" + std::to_string(i) + ".dat", patternBytes(fileSize + i, static_cast<unsigned>(i)));
+    }
+    ::chmod((dir / name / "d3").c_str(), 0555);
+    ::chmod((dir / name / "d4/e1").c_str(), 0711);
+    return dir / name;
+}
+
 // Sum of lstat sizes of everything below a folder, found independently.
 uint64_t sizeBelow(const fs::path &folder) {
     uint64_t total = 0;
@@ -122,13 +125,22 @@ uint64_t sizeBelow(const fs::path &folder) {
     return total;
 }
 
+// Every byte of a file, or of all files below a folder.
+std::string contentsOf(const fs::path &path) {
+    if (!fs::is_directory(path)) return readFile(path);
+    std::string all;
+    for (const auto &entry : fs::recursive_directory_iterator(path))
+        if (entry.is_regular_file()) all += readFile(entry.path());
+    return all;
+}
+
 // A small tmpfs mounted inside the test's folder, unmounted before the
 // folder is removed. Not every test machine lets a test mount.
 class TinyFileSystem {
 public:
-    TinyFileSystem(const fs::path &where, const std::string &options, unsigned long flags = 0) : path_(where) {
+    TinyFileSystem(const fs::path &where, unsigned long flags = 0) : path_(where) {
         fs::create_directories(where);
-        mounted_ = ::mount("tmpfs", where.c_str(), "tmpfs", flags, options.c_str()) == 0;
+        mounted_ = ::mount("tmpfs", where.c_str(), "tmpfs", flags, "size=1m") == 0;
     }
     ~TinyFileSystem() {
         if (mounted_) ::umount2(path_.c_str(), MNT_DETACH);
@@ -142,70 +154,48 @@ private:
 
 class FreeSpaceDouble : public vork::platform::FileSystemSpace {
 public:
-    explicit FreeSpaceDouble(vork::Result<vork::platform::FileSystemAttributes> answer) : answer_(std::move(answer)) {}
-    vork::Result<vork::platform::FileSystemAttributes> attributesOfFileSystem(const std::string &path) override {
+    explicit FreeSpaceDouble(Attributes answer) : answer_(std::move(answer)) {}
+    Attributes attributesOfFileSystem(const std::string &path) override {
         askedFor = path;
         return answer_;
     }
     std::string askedFor;
 
 private:
-    vork::Result<vork::platform::FileSystemAttributes> answer_;
+    Attributes answer_;
 };
-
-auto useFreeSpace(vork::Result<vork::platform::FileSystemAttributes> answer) {
-    return vork::platform::fileSystemSpace().install(std::make_shared<FreeSpaceDouble>(std::move(answer)));
-}
-
-vork::platform::FileSystemAttributes freeBytes(uint64_t bytes) { return {bytes}; }
-
-// Runs `body` in a child process under the unprivileged "nobody" ids, so
-// permission checks apply even when the tests run as root. Answers the
-// child's verdict, or none when the ids cannot be changed.
-std::optional<bool> asUnprivilegedUser(const std::function<bool()> &body) {
-    if (::geteuid() != 0) return body();
-    pid_t child = ::fork();
-    if (child < 0) return std::nullopt;
-    if (child == 0) {
-        if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(3);
-        ::_exit(body() ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) == 3) return std::nullopt;
-    return WEXITSTATUS(status) == 0;
-}
 
 class FileCopyC : public ::testing::Test {
 protected:
     void TearDown() override { fileCopyRelease(); }
+    // Starts a copy into `folder` (made when missing) and polls it to its end.
+    void copyInto(const std::string &source, const fs::path &folder, std::vector<double> *progress = nullptr) {
+        fs::create_directories(folder);
+        ASSERT_STREQ(fileCopyStart(source.c_str(), folder.c_str()), "");
+        ASSERT_NE(g_FileCopy, nullptr);
+        ASSERT_TRUE(pollUntilComplete(progress));
+    }
     TempDir dir;
     RecordingLog log;
 };
 
-// ---- without a copy object -------------------------------------------------
-
 TEST_F(FileCopyC, NoCopyObjectGivesNeutralAnswers) {
-    fileCopyRelease();
-    EXPECT_EQ(g_FileCopy, nullptr);
-    EXPECT_EQ(fileCopyProgress(), -1.0);
-    EXPECT_TRUE(fileCopyIsComplete());
-    fileCopyRelease();  // twice is harmless
-    EXPECT_EQ(g_FileCopy, nullptr);
+    for (int i = 0; i < 2; ++i) {  // releasing twice is harmless
+        fileCopyRelease();
+        EXPECT_EQ(g_FileCopy, nullptr);
+        EXPECT_EQ(fileCopyProgress(), -1.0);
+        EXPECT_TRUE(fileCopyIsComplete());
+    }
 }
 
-// ---- copying a file ------------------------------------------------------
+// ---- copying ---------------------------------------------------------------
 
-TEST_F(FileCopyC, FileKeepsItsNameInsideTheDestinationFolder) {
-    auto source = dir.write("in/package.pkg", pattern(5 << 20));
-    fs::create_directories(dir / "out");
-    const std::string before = readFile(source);
+TEST_F(FileCopyC, FileKeepsItsNameProgressRisesAndEachStepIsLogged) {
+    auto source = dir.write("in/package.pkg", patternBytes(5 << 20));
+    const std::string before = readFile(source), src = source.string(), dst = (dir / "out").string();
     const auto sourceTimes = lstatOf(source).st_mtim;
-
-    EXPECT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
-    ASSERT_NE(g_FileCopy, nullptr);
     std::vector<double> progress;
-    ASSERT_TRUE(pollUntilComplete(&progress));
+    copyInto(src, dst, &progress);
 
     EXPECT_EQ(readFile(dir / "out/package.pkg"), before);
     EXPECT_EQ(readFile(source), before);
@@ -215,26 +205,12 @@ TEST_F(FileCopyC, FileKeepsItsNameInsideTheDestinationFolder) {
     for (size_t i = 0; i < progress.size(); ++i) {
         EXPECT_GE(progress[i], 0.0);
         EXPECT_LE(progress[i], 100.0);
-        if (i) {
-            EXPECT_GE(progress[i], progress[i - 1]);
-        }
+        if (i) { EXPECT_GE(progress[i], progress[i - 1]); }
     }
-}
-
-TEST_F(FileCopyC, SuccessfulStartLogsEachStep) {
-    auto source = dir.write("a.bin", pattern(1000));
-    const std::string src = source.string(), dst = dir.str();
-    fs::create_directories(dir / "to");
-    EXPECT_STREQ(fileCopyStart(src.c_str(), (dst + "/to").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-
-    EXPECT_TRUE(log.contains("fileCopyStart " + src + " to " + dst + "/to"));
-    EXPECT_TRUE(log.contains("About to copy " + src + " to " + dst + "/to"));
-    EXPECT_TRUE(log.contains("Status: 0"));
-    EXPECT_TRUE(log.contains("fileCopyStart (src=" + src + ", dst=" + dst + "/to) succeeded: "));
-    EXPECT_TRUE(log.contains("statusCallBack was received."));
-    EXPECT_TRUE(log.contains("Finished!"));
-    EXPECT_TRUE(log.contains("isCompleted=YES"));
+    for (const std::string &line :
+         {"fileCopyStart " + src + " to " + dst, "About to copy " + src + " to " + dst, std::string("Status: 0"),
+          "fileCopyStart (src=" + src + ", dst=" + dst + ") succeeded: ", std::string("isCompleted=YES")})
+        EXPECT_TRUE(log.contains(line)) << line;
     auto lines = log.lines();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "Finished!"), 1);
     // Every report is announced, and the completed one comes last.
@@ -243,203 +219,142 @@ TEST_F(FileCopyC, SuccessfulStartLogsEachStep) {
     EXPECT_EQ(*(lastReport.base()), "Finished!");
 }
 
-TEST_F(FileCopyC, CopyPreservesPermissionBitsAndModificationTime) {
-    auto source = dir.write("script.sh", "#!/bin/sh\necho hi\n");
-    ::chmod(source.c_str(), 0751);
-    struct timespec times[2] = {{1000000000, 0}, {1234567890, 123456789}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    expectSameTree(source, dir / "out/script.sh");
-}
-
-TEST_F(FileCopyC, SparseFileKeepsItsContentsAndSize) {
-    auto source = dir / "sparse.img";
-    {
-        std::ofstream out(source, std::ios::binary);
-        out.seekp(8 << 20);
-        out << "middle";
-        out.seekp(32 << 20);
-        out << "end";
+TEST_F(FileCopyC, CopiesKeepKindsContentsModesTimesAndLinks) {
+    struct Row {
+        std::string name;          // of the copy inside out/
+        std::function<fs::path()> make;
+        std::string suffix;        // added to the source path given
+        double percent;            // percentCompleted() at the end, NaN: 0/0; no check when negative
+    };
+    const double kNaN = std::nan("");
+    const std::vector<Row> rows = {
+        {"script.sh", [&] {
+             auto source = dir.write("script.sh", "#!/bin/sh\necho hi\n");
+             ::chmod(source.c_str(), 0751);
+             struct timespec times[2] = {{1000000000, 0}, {1234567890, 123456789}};
+             EXPECT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+             return source;
+         }, "", 100.0},
+        {"sparse.img", [&] {
+             std::ofstream out(dir / "sparse.img", std::ios::binary);
+             out.seekp(8 << 20);
+             out << "middle";
+             out.seekp(32 << 20);
+             out << "end";
+             return dir / "sparse.img";
+         }, "", -1},
+        {"empty.txt", [&] { return dir.write("empty.txt", ""); }, "", kNaN},
+        {"tree", [&] { return makeTree(dir, "tree"); }, "", 100.0},
+        {"wide", [&] { return makeWideTree(dir, "wide", 600, 500); }, "", 100.0},
+        {"docs", [&] { return dir.write("docs/readme.txt", "hello\n").parent_path(); }, "/", -1},
+        {"alias", [&] {
+             dir.write("target.txt", "t");
+             fs::create_symlink("target.txt", dir / "alias");
+             return dir / "alias";
+         }, "", -1},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const fs::path source = row.make();
+        copyInto(source.string() + row.suffix, dir / "out");
+        expectSameTree(source, dir / "out" / row.name);
+        EXPECT_EQ(fileCopyProgress(), 100.0);
+        if (std::isnan(row.percent)) { EXPECT_TRUE(std::isnan(g_FileCopy->percentCompleted())); }
+        else if (row.percent >= 0) { EXPECT_NEAR(g_FileCopy->percentCompleted(), row.percent, 1e-3); }
     }
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    EXPECT_EQ(fs::file_size(dir / "out/sparse.img"), fs::file_size(source));
-    EXPECT_EQ(readFile(dir / "out/sparse.img"), readFile(source));
-}
-
-TEST_F(FileCopyC, EmptyFileCompletesNormally) {
-    auto source = dir.write("empty.txt", "");
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    EXPECT_EQ(fileCopyProgress(), 100.0);
-    ASSERT_TRUE(fs::exists(dir / "out/empty.txt"));
-    EXPECT_EQ(fs::file_size(dir / "out/empty.txt"), 0u);
-    // 0 bytes of 0: the percentage is the floating-point quotient 0/0.
-    EXPECT_TRUE(std::isnan(g_FileCopy->percentCompleted()));
+    EXPECT_EQ(fs::file_size(dir / "out/sparse.img"), (32u << 20) + 3);
+    EXPECT_TRUE(fs::is_symlink(dir / "out/alias"));
 }
 
 TEST_F(FileCopyC, StartingAgainReleasesThePreviousCopy) {
-    auto first = dir.write("first.bin", pattern(4 << 20, 1));
-    auto second = dir.write("second.bin", pattern(1000, 2));
+    auto first = dir.write("first.bin", patternBytes(4 << 20, 1));
+    auto second = dir.write("second.bin", patternBytes(1000, 2));
     fs::create_directories(dir / "out");
     ASSERT_STREQ(fileCopyStart(first.c_str(), (dir / "out").c_str()), "");
-    ASSERT_STREQ(fileCopyStart(second.c_str(), (dir / "out").c_str()), "");
-    ASSERT_NE(g_FileCopy, nullptr);
+    copyInto(second, dir / "out");
     EXPECT_EQ(g_FileCopy->fileSize(), 1000u);
-    ASSERT_TRUE(pollUntilComplete());
     EXPECT_EQ(readFile(dir / "out/second.bin"), readFile(second));
     // The first copy was stopped or had finished: never left half-written.
-    if (fs::exists(dir / "out/first.bin")) {
-        EXPECT_EQ(readFile(dir / "out/first.bin"), readFile(first));
+    if (fs::exists(dir / "out/first.bin")) { EXPECT_EQ(readFile(dir / "out/first.bin"), readFile(first)); }
+}
+
+TEST_F(FileCopyC, ReleaseDuringAFileOrFolderCopyIsSafe) {
+    for (const fs::path &source : {dir.write("big.bin", patternBytes(64 << 20)), makeWideTree(dir, "wide", 400, 20000)}) {
+        SCOPED_TRACE(source);
+        const std::string before = contentsOf(source);
+        fs::create_directories(dir / "out");
+        ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
+        fileCopyRelease();
+        EXPECT_EQ(g_FileCopy, nullptr);
+        // Reports that were already queued find no object and change nothing.
+        for (int i = 0; i < 5; ++i) processRunLoop();
+        EXPECT_EQ(fileCopyProgress(), -1.0);
+        // Either the copy was stopped and removed, or it had already finished.
+        const fs::path copy = dir / "out" / source.filename();
+        if (fs::is_directory(copy)) expectSameTree(source, copy);
+        else if (fs::exists(copy)) { EXPECT_EQ(fs::file_size(copy), fs::file_size(source)); }
+        EXPECT_EQ(contentsOf(source), before);
     }
 }
 
-TEST_F(FileCopyC, ReleaseDuringTheCopyIsSafe) {
-    auto source = dir.write("big.bin", pattern(64 << 20));
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
-    fileCopyRelease();
-    EXPECT_EQ(g_FileCopy, nullptr);
-    // Reports that were already queued find no object and change nothing.
-    for (int i = 0; i < 5; ++i) processRunLoop();
-    EXPECT_EQ(fileCopyProgress(), -1.0);
-    if (fs::exists(dir / "out/big.bin")) {
-        EXPECT_EQ(fs::file_size(dir / "out/big.bin"), fs::file_size(source));
-    }
-    EXPECT_EQ(fs::file_size(source), 64u << 20);
-}
+// ---- refusals --------------------------------------------------------------
 
-// ---- copying a folder ----------------------------------------------------
-
-TEST_F(FileCopyC, FolderIsCopiedWithItsWholeStructure) {
-    fs::path tree = makeTree(dir, "tree");
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(tree.c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    expectSameTree(tree, dir / "out/tree");
-    EXPECT_EQ(fileCopyProgress(), 100.0);
-    // Everything the size counts was copied, so the last report says 100%.
-    EXPECT_NEAR(g_FileCopy->percentCompleted(), 100.0, 1e-3);
-}
-
-// Enough files that they queue up for the helper threads and overflow the
-// queue, in folders of different depths and modes.
-fs::path makeWideTree(const TempDir &dir, const std::string &name, int files, size_t fileSize) {
-    for (int i = 0; i < files; ++i) {
-        std::string folder = name + "/d" + std::to_string(i % 7) + (i % 3 ? "/e" + std::to_string(i % 5) : "");
-        dir.write(folder + "/f" + std::to_string(i) + ".dat", pattern(fileSize + i, static_cast<unsigned>(i)));
-    }
-    ::chmod((dir / name / "d3").c_str(), 0555);
-    ::chmod((dir / name / "d4/e1").c_str(), 0711);
-    return dir / name;
-}
-
-TEST_F(FileCopyC, ManySmallFilesAreAllCopied) {
-    fs::path tree = makeWideTree(dir, "wide", 600, 500);
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(tree.c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    expectSameTree(tree, dir / "out/wide");
-    EXPECT_NEAR(g_FileCopy->percentCompleted(), 100.0, 1e-3);
-}
-
-TEST_F(FileCopyC, ReleaseDuringAFolderCopyRemovesThePartialFolder) {
-    fs::path tree = makeWideTree(dir, "wide", 400, 20000);
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart(tree.c_str(), (dir / "out").c_str()), "");
-    fileCopyRelease();
-    // Either the copy was stopped and removed, or it had already finished.
-    if (fs::exists(dir / "out/wide")) {
-        expectSameTree(tree, dir / "out/wide");
-    }
-    EXPECT_EQ(fileCopyProgress(), -1.0);
-}
-
-TEST_F(FileCopyC, FolderPathWithTrailingSlashKeepsItsName) {
-    dir.write("docs/readme.txt", "hello\n");
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart((dir.str() + "/docs/").c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    EXPECT_EQ(readFile(dir / "out/docs/readme.txt"), "hello\n");
-}
-
-TEST_F(FileCopyC, FolderCannotBeCopiedIntoItself) {
-    dir.write("self/file.txt", "x");
-    fs::create_directories(dir / "self/inner");
-    EXPECT_STREQ(fileCopyStart((dir / "self").c_str(), (dir / "self/inner").c_str()),
-                 "Failed to begin asynchronous object copy: -50");
-    EXPECT_FALSE(fs::exists(dir / "self/inner/self"));
-}
-
-TEST_F(FileCopyC, SymbolicLinkIsCopiedAsALink) {
-    dir.write("target.txt", "t");
-    fs::create_symlink("target.txt", dir / "alias");
-    fs::create_directories(dir / "out");
-    ASSERT_STREQ(fileCopyStart((dir / "alias").c_str(), (dir / "out").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    ASSERT_TRUE(fs::is_symlink(dir / "out/alias"));
-    EXPECT_EQ(fs::read_symlink(dir / "out/alias"), "target.txt");
-}
-
-// ---- refusals ------------------------------------------------------------
-
-TEST_F(FileCopyC, MissingSourceIsRefusedWithItsPath) {
-    const std::string missing = (dir / "nothing-here").string();
-    fs::create_directories(dir / "out");
-    std::string expected = "The source file " + missing + " does not exist or cannot be read";
-    EXPECT_EQ(std::string(fileCopyStart(missing.c_str(), (dir / "out").c_str())), expected);
-    EXPECT_TRUE(log.contains("fileCopyStart (src=" + missing + ", dst=" + (dir / "out").string() + ") failed: " +
-                             expected));
-    ASSERT_NE(g_FileCopy, nullptr);
-    EXPECT_EQ(g_FileCopy->errorMessage(), expected);
-    EXPECT_FALSE(fileCopyIsComplete());  // never started, so never completes
-    EXPECT_TRUE(fs::is_empty(dir / "out"));
-}
-
-TEST_F(FileCopyC, MissingDestinationFolderIsRefused) {
+TEST_F(FileCopyC, RefusedStartsAnswerWhyAndChangeNothing) {
     auto source = dir.write("a.txt", "a");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), (dir / "no/such/folder").c_str()),
-                 "Failed to begin asynchronous object copy: -43");
-    EXPECT_TRUE(log.contains("Status: -43"));
-    EXPECT_FALSE(fs::exists(dir / "no"));
-    EXPECT_EQ(readFile(source), "a");
-}
-
-TEST_F(FileCopyC, DestinationThatIsAFileIsRefused) {
-    auto source = dir.write("a.txt", "a");
-    auto notAFolder = dir.write("plain.txt", "p");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), notAFolder.c_str()), "Failed to begin asynchronous object copy: -120");
-    EXPECT_EQ(readFile(notAFolder), "p");
-}
-
-TEST_F(FileCopyC, ExistingItemIsNotReplaced) {
-    auto source = dir.write("in/report.txt", "new contents");
-    auto existing = dir.write("out/report.txt", "old contents");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "Failed to begin asynchronous object copy: -48");
-    EXPECT_EQ(readFile(existing), "old contents");
-
+    auto plain = dir.write("plain.txt", "p");
+    dir.write("in/report.txt", "new contents");
+    dir.write("out/report.txt", "old contents");
     dir.write("in/folder/a.txt", "new");
     dir.write("out/folder/b.txt", "old");
-    EXPECT_STREQ(fileCopyStart((dir / "in/folder").c_str(), (dir / "out").c_str()),
-                 "Failed to begin asynchronous object copy: -48");
+    dir.write("self/file.txt", "x");
+    fs::create_directories(dir / "self/inner");
+    fs::create_directories(dir / "empty-out");
+    const std::string d = dir.str(), missing = d + "/nothing-here", in = d + "/in/report.txt", emptyOut = d + "/empty-out",
+                      folder = d + "/in/folder", out = d + "/out", noFolder = d + "/no/such/folder", self = d + "/self",
+                      inner = d + "/self/inner", begin = "Failed to begin asynchronous object copy: ";
+    const std::string absent = "The source file (null) does not exist or cannot be read";
+    struct Row {
+        const char *src, *dst;
+        std::string expected;
+    };
+    const std::vector<Row> rows = {
+        {missing.c_str(), emptyOut.c_str(), "The source file " + missing + " does not exist or cannot be read"},
+        {source.c_str(), noFolder.c_str(), begin + "-43"},
+        {source.c_str(), plain.c_str(), begin + "-120"},
+        {in.c_str(), out.c_str(), begin + "-48"},  // an existing item is not replaced
+        {folder.c_str(), out.c_str(), begin + "-48"},
+        {self.c_str(), inner.c_str(), begin + "-50"},
+        {nullptr, d.c_str(), absent},
+        {"\xff\xfe/bad", d.c_str(), absent},
+        {source.c_str(), nullptr, begin + "-43"},
+        {source.c_str(), "/tmp/\xc3\x28", begin + "-43"},
+    };
+    // Absent and non-UTF-8 paths are logged as absent text.
+    auto shown = [](const char *path) -> std::string {
+        if (!path) return "(null)";
+        for (const char *c = path; *c; ++c)
+            if (static_cast<unsigned char>(*c) >= 0x80) return "(null)";
+        return path;
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(shown(row.src) + " -> " + shown(row.dst));
+        EXPECT_EQ(std::string(fileCopyStart(row.src, row.dst)), row.expected);
+        EXPECT_TRUE(log.contains("fileCopyStart " + shown(row.src) + " to " + shown(row.dst)));
+        EXPECT_TRUE(log.contains("fileCopyStart (src=" + shown(row.src) + ", dst=" + shown(row.dst) +
+                                 ") failed: " + row.expected));
+        ASSERT_NE(g_FileCopy, nullptr);
+        EXPECT_EQ(g_FileCopy->errorMessage(), row.expected);
+        EXPECT_FALSE(fileCopyIsComplete());  // never started, so never completes
+    }
+    EXPECT_TRUE(log.contains("Status: -43"));
+    EXPECT_TRUE(fs::is_empty(dir / "empty-out"));
+    EXPECT_FALSE(fs::exists(dir / "no"));
+    EXPECT_EQ(readFile(source), "a");
+    EXPECT_EQ(readFile(plain), "p");
+    EXPECT_EQ(readFile(dir / "out/report.txt"), "old contents");
     EXPECT_FALSE(fs::exists(dir / "out/folder/a.txt"));
     EXPECT_EQ(readFile(dir / "out/folder/b.txt"), "old");
-}
-
-TEST_F(FileCopyC, NullAndNonUtf8PathsAreAbsentText) {
-    auto source = dir.write("a.txt", "a");
-    EXPECT_STREQ(fileCopyStart(nullptr, dir.str().c_str()),
-                 "The source file (null) does not exist or cannot be read");
-    EXPECT_TRUE(log.contains("fileCopyStart (null) to " + dir.str()));
-    EXPECT_STREQ(fileCopyStart("\xff\xfe/bad", dir.str().c_str()),
-                 "The source file (null) does not exist or cannot be read");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), nullptr), "Failed to begin asynchronous object copy: -43");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), "/tmp/\xc3\x28"), "Failed to begin asynchronous object copy: -43");
-    EXPECT_EQ(readFile(source), "a");
+    EXPECT_FALSE(fs::exists(dir / "self/inner/self"));
 }
 
 TEST_F(FileCopyC, UnreadableSourceIsRefused) {
@@ -473,100 +388,98 @@ private:
     std::optional<std::string> throwReason_;
 };
 
-TEST_F(FileCopyC, RefusalOfTheEngineIsReportedWithItsStatus) {
+TEST_F(FileCopyC, EngineRefusalsAndExceptionsAreAnsweredAndLogged) {
     auto source = dir.write("a.txt", "a");
-    auto engine = vork::copyEngine().install(std::make_shared<FailingEngine>(-36, std::nullopt));
-    EXPECT_STREQ(fileCopyStart(source.c_str(), dir.str().c_str()), "Failed to begin asynchronous object copy: -36");
-    EXPECT_TRUE(log.contains("fileCopyStart (src=" + source.string() + ", dst=" + dir.str() +
-                             ") failed: Failed to begin asynchronous object copy: -36"));
-}
-
-TEST_F(FileCopyC, ExceptionDuringStartAnswersItsDescription) {
-    auto source = dir.write("a.txt", "a");
-    {
-        auto engine = vork::copyEngine().install(std::make_shared<FailingEngine>(0, "the engine broke"));
-        EXPECT_STREQ(fileCopyStart(source.c_str(), dir.str().c_str()), "the engine broke");
+    struct Row {
+        long status;
+        std::optional<std::string> thrown;
+        std::string expected, logged;
+    };
+    for (const Row &row : std::vector<Row>{
+             {-36, std::nullopt, "Failed to begin asynchronous object copy: -36",
+              "Failed to begin asynchronous object copy: -36"},
+             {0, "the engine broke", "the engine broke", "the engine broke"},
+             {0, "", "Transfer failed", ""},
+         }) {
+        SCOPED_TRACE(row.expected);
+        auto engine = vork::copyEngine().install(std::make_shared<FailingEngine>(row.status, row.thrown));
+        EXPECT_STREQ(fileCopyStart(source.c_str(), dir.str().c_str()), row.expected.c_str());
         EXPECT_TRUE(log.contains("fileCopyStart (src=" + source.string() + ", dst=" + dir.str() +
-                                 ") failed: the engine broke"));
-    }
-    {
-        auto engine = vork::copyEngine().install(std::make_shared<FailingEngine>(0, ""));
-        EXPECT_STREQ(fileCopyStart(source.c_str(), dir.str().c_str()), "Transfer failed");
+                                 ") failed: " + row.logged));
     }
 }
 
-// ---- full and read-only destinations -------------------------------------
+// ---- full and read-only destinations ---------------------------------------
 
-TEST_F(FileCopyC, FullDestinationCompletesWithoutLeavingAPartialFile) {
-    TinyFileSystem small(dir / "small", "size=1m");
-    if (!small.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    auto source = dir.write("big.bin", pattern(4 << 20));
-    const std::string before = readFile(source);
-
-    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(source.c_str(), (dir / "small").c_str()));
-    EXPECT_STREQ(fileCopyStart(source.c_str(), (dir / "small").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    // The error during the copy is not reported: the copy just completes.
-    EXPECT_EQ(fileCopyProgress(), 100.0);
-    EXPECT_EQ(g_FileCopy->errorMessage(), "");
-    EXPECT_FALSE(fs::exists(dir / "small/big.bin"));
-    EXPECT_EQ(readFile(source), before);
-}
-
-TEST_F(FileCopyC, FolderThatDoesNotFitIsRemovedEntirely) {
-    TinyFileSystem small(dir / "small", "size=1m");
-    if (!small.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    dir.write("bundle/a.txt", "small file");
-    dir.write("bundle/z/huge.bin", pattern(3 << 20));
-    EXPECT_STREQ(fileCopyStart((dir / "bundle").c_str(), (dir / "small").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    EXPECT_FALSE(fs::exists(dir / "small/bundle"));
-    EXPECT_EQ(fs::file_size(dir / "bundle/z/huge.bin"), 3u << 20);
-}
-
-TEST_F(FileCopyC, ManyFilesThatDoNotFitAreRemovedEntirely) {
-    TinyFileSystem small(dir / "small", "size=1m");
-    if (!small.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    fs::path tree = makeWideTree(dir, "wide", 300, 8000);
-    EXPECT_STREQ(fileCopyStart(tree.c_str(), (dir / "small").c_str()), "");
-    ASSERT_TRUE(pollUntilComplete());
-    EXPECT_FALSE(fs::exists(dir / "small/wide"));
-    EXPECT_TRUE(fs::is_empty(dir / "small"));
-}
-
-TEST_F(FileCopyC, ReadOnlyDestinationIsRefusedAtStart) {
-    TinyFileSystem frozen(dir / "frozen", "size=1m", MS_RDONLY);
-    if (!frozen.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    auto source = dir.write("a.txt", "a");
-    EXPECT_STREQ(fileCopyStart(source.c_str(), (dir / "frozen").c_str()),
+TEST_F(FileCopyC, TinyAndReadOnlyDestinations) {
+    TinyFileSystem small(dir / "small"), frozen(dir / "frozen", MS_RDONLY);
+    if (!small.mounted() || !frozen.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
+    const fs::path smallPath = dir / "small";
+    auto fits = dir.write("fits.bin", patternBytes(100000));
+    auto tooBig = dir.write("toobig.bin", patternBytes(2 << 20));
+    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(fits.c_str(), smallPath.c_str()));
+    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(tooBig.c_str(), smallPath.c_str()));
+    EXPECT_TRUE(log.contains("Size of " + tooBig.string() + ": 2097152  Available space at " + smallPath.string() +
+                             ": 1048576"));
+    EXPECT_STREQ(fileCopyStart(fits.c_str(), (dir / "frozen").c_str()),
                  "Failed to begin asynchronous object copy: -61");
+
+    // What does not fit starts, then completes without an error and leaves
+    // nothing behind: no partial file, no partial folder.
+    dir.write("bundle/a.txt", "small file");
+    dir.write("bundle/z/huge.bin", patternBytes(3 << 20));
+    for (const fs::path &source : {dir.write("big.bin", patternBytes(4 << 20)), dir / "bundle",
+                                   makeWideTree(dir, "wide", 300, 8000)}) {
+        SCOPED_TRACE(source);
+        const std::string before = contentsOf(source);
+        EXPECT_FALSE(hasEnoughSpaceForFileInDestination(source.c_str(), smallPath.c_str()));
+        copyInto(source, smallPath);
+        EXPECT_EQ(fileCopyProgress(), 100.0);
+        EXPECT_EQ(g_FileCopy->errorMessage(), "");
+        EXPECT_TRUE(fs::is_empty(smallPath));
+        EXPECT_EQ(contentsOf(source), before);
+    }
 }
 
-TEST_F(FileCopyC, RealFreeSpaceComesFromTheDestinationFileSystem) {
-    TinyFileSystem small(dir / "small", "size=1m");
-    if (!small.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    auto fits = dir.write("fits.bin", pattern(100000));
-    auto tooBig = dir.write("toobig.bin", pattern(2 << 20));
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(fits.c_str(), (dir / "small").c_str()));
-    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(tooBig.c_str(), (dir / "small").c_str()));
-    EXPECT_TRUE(log.contains("Size of " + tooBig.string() + ": 2097152  Available space at " +
-                             (dir / "small").string() + ": 1048576"));
-}
+// ---- the space check -------------------------------------------------------
 
-// ---- the space check -----------------------------------------------------
-
-TEST_F(FileCopyC, SpaceCheckIsStrict) {
-    auto source = dir.write("a.bin", pattern(5000));
-    auto exact = useFreeSpace(freeBytes(5000));
-    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(source.c_str(), "/dest"));
-    EXPECT_TRUE(log.contains("Size of " + source.string() + ": 5000  Available space at /dest: 5000"));
-    auto more = useFreeSpace(freeBytes(5001));
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), "/dest"));
+TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
+    const std::string source = dir.write("a.bin", patternBytes(5000)).string(), absent = (dir / "absent").string();
+    const std::string unknown = "  Available space at /dest: 18446744073709551615";
+    struct Row {
+        const char *src, *dst;
+        std::optional<Attributes> free;  // none: the real file system
+        bool enough;
+        std::vector<std::string> lines;
+    };
+    const std::vector<Row> rows = {
+        {source.c_str(), "/dest", vork::platform::FileSystemAttributes{5000}, false,
+         {"Size of " + source + ": 5000  Available space at /dest: 5000"}},
+        {source.c_str(), "/dest", vork::platform::FileSystemAttributes{5001}, true,
+         {"Size of " + source + ": 5000  Available space at /dest: 5001"}},
+        {source.c_str(), "/dest", vork::Error{"Permission denied"}, true,
+         {"Unable to get file attributes for path /dest: Permission denied", "Size of " + source + ": 5000" + unknown}},
+        {source.c_str(), "/dest", vork::platform::FileSystemAttributes{}, true,
+         {"Unable to get free size for path /dest: (null)"}},
+        // No source counts 0 bytes; no destination has no readable free space.
+        {nullptr, nullptr, std::nullopt, true, {"Size of (null): 0  Available space at (null): 18446744073709551615"}},
+        {source.c_str(), absent.c_str(), std::nullopt, true,
+         {"Unable to get file attributes for path " + absent + ": No such file or directory"}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.lines.front());
+        std::shared_ptr<FreeSpaceDouble> fake;
+        std::optional<vork::platform::ServiceSlot<vork::platform::FileSystemSpace>::Override> installed;
+        if (row.free) installed.emplace(vork::platform::fileSystemSpace().install(fake = std::make_shared<FreeSpaceDouble>(*row.free)));
+        EXPECT_EQ(hasEnoughSpaceForFileInDestination(row.src, row.dst), row.enough);
+        if (row.free) { EXPECT_EQ(fake->askedFor, row.dst); }
+        for (const std::string &line : row.lines) EXPECT_TRUE(log.contains(line)) << line;
+    }
+    EXPECT_TRUE(log.anyContains("Unable to get file attributes for path (null): "));
 }
 
 TEST_F(FileCopyC, SpaceCheckKeepsTheCopyObject) {
     auto source = dir.write("a.bin", "abc");
-    auto space = useFreeSpace(freeBytes(1 << 20));
     EXPECT_EQ(g_FileCopy, nullptr);
     EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
     VORKFileCopy *made = g_FileCopy;
@@ -575,33 +488,7 @@ TEST_F(FileCopyC, SpaceCheckKeepsTheCopyObject) {
     EXPECT_EQ(g_FileCopy, made);
 }
 
-TEST_F(FileCopyC, UnreadableFreeSpaceCountsAsRoom) {
-    auto source = dir.write("a.bin", pattern(100));
-    auto broken = useFreeSpace(vork::Error{"Permission denied"});
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), "/dest"));
-    EXPECT_TRUE(log.contains("Unable to get file attributes for path /dest: Permission denied"));
-    EXPECT_TRUE(log.contains("Size of " + source.string() + ": 100  Available space at /dest: 18446744073709551615"));
-
-    auto silent = useFreeSpace(vork::platform::FileSystemAttributes{});
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), "/dest"));
-    EXPECT_TRUE(log.contains("Unable to get free size for path /dest: (null)"));
-}
-
-TEST_F(FileCopyC, SpaceCheckOfNullPaths) {
-    // No source counts 0 bytes; no destination has no readable free space.
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(nullptr, nullptr));
-    EXPECT_TRUE(log.anyContains("Unable to get file attributes for path (null): "));
-    EXPECT_TRUE(log.contains("Size of (null): 0  Available space at (null): 18446744073709551615"));
-}
-
-TEST_F(FileCopyC, MissingDestinationHasUnreadableFreeSpace) {
-    auto source = dir.write("a.bin", pattern(100));
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), (dir / "absent").c_str()));
-    EXPECT_TRUE(log.contains("Unable to get file attributes for path " + (dir / "absent").string() +
-                             ": No such file or directory"));
-}
-
-// ---- progress as the status reports set it --------------------------------
+// ---- progress as the status reports set it ---------------------------------
 
 TEST_F(FileCopyC, ProgressFollowsTheReportsAndIsHundredOnceComplete) {
     auto source = dir.write("a.bin", "abc");
@@ -620,22 +507,25 @@ TEST_F(FileCopyC, ProgressFollowsTheReportsAndIsHundredOnceComplete) {
     EXPECT_TRUE(fileCopyIsComplete());
 }
 
-TEST(FileCopyStatus, BytesAreReadWithThirtyTwoBitPrecision) {
-    FileCopy copy;
-    copy.setFileSize((1u << 24) + 1);
-    FileCopy::statusCallback(CopyStatus{CopyStage::Running, static_cast<float>((1u << 24) + 1)}, &copy);
-    // 2^24 + 1 is not a float: the report says 2^24.
-    EXPECT_DOUBLE_EQ(copy.percentCompleted(), 16777216.0 * 100.0 / 16777217.0);
-    EXPECT_FALSE(copy.isCompleted());
-}
-
-TEST(FileCopyStatus, ErrorOfTheCopyIsIgnored) {
-    FileCopy copy;
-    copy.setFileSize(10);
-    FileCopy::statusCallback(CopyStatus{CopyStage::Complete, 4.0f, vork::copystatus::kDiskFull}, &copy);
-    EXPECT_TRUE(copy.isCompleted());
-    EXPECT_EQ(copy.errorMessage(), "");
-    EXPECT_DOUBLE_EQ(copy.percentCompleted(), 40.0);
+TEST(FileCopyStatus, ReportsSetThePercentageAndTheirErrorIsIgnored) {
+    struct Row {
+        uint64_t size;
+        CopyStatus status;
+        double percent;
+    };
+    const uint64_t odd = (1u << 24) + 1;
+    for (const Row &row : std::vector<Row>{
+             // 2^24 + 1 is not a float: the report says 2^24.
+             {odd, CopyStatus{CopyStage::Running, static_cast<float>(odd)}, 16777216.0 * 100.0 / 16777217.0},
+             {10, CopyStatus{CopyStage::Complete, 4.0f, vork::copystatus::kDiskFull}, 40.0},
+         }) {
+        FileCopy copy;
+        copy.setFileSize(row.size);
+        FileCopy::statusCallback(row.status, &copy);
+        EXPECT_DOUBLE_EQ(copy.percentCompleted(), row.percent);
+        EXPECT_EQ(copy.isCompleted(), row.status.stage == CopyStage::Complete);
+        EXPECT_EQ(copy.errorMessage(), "");
+    }
 }
 
 TEST(FileCopyStatus, ReportWithoutObjectRaises) {
@@ -652,7 +542,7 @@ TEST(FileCopyStatus, ReportWithoutObjectRaises) {
 
 TEST(FileCopyStatus, ReportsArriveOnlyWhileTheStartingThreadPumps) {
     TempDir dir;
-    auto source = dir.write("a.bin", pattern(8 << 20));
+    auto source = dir.write("a.bin", patternBytes(8 << 20));
     fs::create_directories(dir / "out");
     FileCopy copy;
     ASSERT_TRUE(copy.startCopyFrom(source.string(), (dir / "out").string()));
@@ -672,7 +562,7 @@ TEST(FileCopyStatus, ReportsArriveOnlyWhileTheStartingThreadPumps) {
 
 TEST(FileCopyStatus, ReportsFromAnotherThreadsCopyStayOnThatThread) {
     TempDir dir;
-    auto source = dir.write("a.bin", pattern(1 << 20));
+    auto source = dir.write("a.bin", patternBytes(1 << 20));
     fs::create_directories(dir / "out");
     bool completedThere = false;
     std::thread starter([&] {
@@ -685,11 +575,9 @@ TEST(FileCopyStatus, ReportsFromAnotherThreadsCopyStayOnThatThread) {
     EXPECT_TRUE(completedThere);
 }
 
-// ---- sizes ---------------------------------------------------------------
-
 TEST(FileCopySize, FileFolderAndNothing) {
     TempDir dir;
-    auto file = dir.write("f.bin", pattern(12345));
+    auto file = dir.write("f.bin", patternBytes(12345));
     makeTree(dir, "tree");
     FileCopy copy;
     EXPECT_EQ(copy.calculateFileSize(file.string()), 12345u);
@@ -699,14 +587,6 @@ TEST(FileCopySize, FileFolderAndNothing) {
     const uint64_t expected = sizeBelow(dir / "tree");
     EXPECT_EQ(copy.calculateFileSize((dir / "tree").string()), expected);
     EXPECT_GT(expected, 70000u + (3u << 20) + 7 + lstatOf(dir / "tree/sub").st_size);
-}
-
-TEST(FileCopySize, AvailableSpaceAsksForTheGivenPath) {
-    auto fake = std::make_shared<FreeSpaceDouble>(freeBytes(777));
-    auto installed = vork::platform::fileSystemSpace().install(fake);
-    FileCopy copy;
-    EXPECT_EQ(copy.calculateAvailableSpace(std::string("/some/where")), 777u);
-    EXPECT_EQ(fake->askedFor, "/some/where");
 }
 
 }  // namespace

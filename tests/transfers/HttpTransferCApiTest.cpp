@@ -4,9 +4,11 @@
 
 #include <VORKCoreCommC/VORKCoreCommC.h>
 
+#include <cmath>
 #include <filesystem>
 #include <set>
 #include <thread>
+#include <tuple>
 
 #include "http/HttpFixture.h"
 #include "support/FaultServer.h"
@@ -17,6 +19,7 @@
 namespace vork {
 namespace {
 
+using test::always;
 using test::FaultReply;
 using test::FaultRequest;
 using test::FaultServer;
@@ -47,6 +50,15 @@ protected:
         }
         return statuses;
     }
+    std::set<std::string> download(const std::string &url, bool allowInvalidCert, const std::string &path) {
+        httpTransferInitDownload(url.c_str(), allowInvalidCert, nullptr, nullptr, nullptr, nullptr, path.c_str());
+        EXPECT_STREQ(httpTransferStart(), "");
+        return pollToEnd();
+    }
+    // Sets up an upload of a file in the test's folder.
+    void initUpload(const std::string &url, const std::string &bytes = "inventory") {
+        httpTransferInit(url.c_str(), false, nullptr, nullptr, nullptr, dir.write("log.txt", bytes).c_str());
+    }
 
     test::TempDir dir;
 };
@@ -64,10 +76,12 @@ TEST_F(HttpTransferCApi, WithoutTransferEveryFunctionAnswersNeutrally) {
     EXPECT_FALSE(httpTransferAddHeader("X-A", "1"));
 }
 
-TEST_F(HttpTransferCApi, InitLogsItsArgumentsButNeverThePassword) {
+TEST_F(HttpTransferCApi, ArgumentsAndRequestAreLoggedButNeverThePassword) {
+    FaultServer server(always(200, "ok"));
     test::RecordingLog log;
-    httpTransferInit("http://127.0.0.1:1/x", false, "agent", "hunter2", "<a/>", nullptr);
-    EXPECT_TRUE(log.contains("httpTransferInit: urlString=http://127.0.0.1:1/x"));
+    const std::string url = server.url("/p");
+    httpTransferInit(url.c_str(), true, "agent", "hunter2", "<a/>", nullptr);
+    EXPECT_TRUE(log.contains("httpTransferInit: urlString=" + url));
     EXPECT_TRUE(log.contains("httpTransferInit: username=agent, password=********"));
     EXPECT_TRUE(log.contains("httpTransferInit: postData=<a/> (<a/>)"));
     EXPECT_TRUE(log.contains("httpTransferInit: filePath="));
@@ -75,6 +89,12 @@ TEST_F(HttpTransferCApi, InitLogsItsArgumentsButNeverThePassword) {
     EXPECT_EQ(httpTransferStatus(), nullptr);  // before the first start
     EXPECT_TRUE(httpTransferAddHeader("X-Agent", "7"));
     EXPECT_TRUE(log.contains("httpTransferAddHeader: headerName=X-Agent, headerValue=7"));
+    httpTransferStart();
+    pollToEnd();
+    EXPECT_TRUE(log.contains("HttpTransfer initializeHttpRequest: url=" + url +
+                             ", allowInvalidCert=YES, username=agent, password=********, postData.length=4, "
+                             "postFilePath=(null), downloadFilePath=(null)"));
+    EXPECT_EQ(server.requests().at(0).header("authorization").rfind("Basic ", 0), 0u);
     httpTransferInit(nullptr, false, nullptr, nullptr, nullptr, nullptr);
     EXPECT_TRUE(log.contains("httpTransferInit: username=, password=********"));
     EXPECT_TRUE(log.contains("httpTransferInit: postData=(null) ()"));
@@ -84,59 +104,42 @@ TEST_F(HttpTransferCApi, InitLogsItsArgumentsButNeverThePassword) {
 TEST_F(HttpTransferCApi, DownloadIntoAFileWithProgress) {
     const std::string &content = SharedNginx::get().file("transfer.bin", 4 << 20);
     const std::string path = (dir / "down/transfer.bin").string();
-    httpTransferInitDownload(nginx().httpUrl("/transfer.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
-                             path.c_str());
-    EXPECT_STREQ(httpTransferStart(), "");
-    auto statuses = pollToEnd();
-    EXPECT_LE(statuses.size(), 1u);
+    EXPECT_LE(download(nginx().httpUrl("/transfer.bin"), false, path).size(), 1u);
     EXPECT_STREQ(httpTransferStatus(), "");
     EXPECT_DOUBLE_EQ(httpTransferProgress(), 100.0);
     EXPECT_EQ(httpResponseCode(), 200);
     EXPECT_STREQ(httpTransferError(), "");
     EXPECT_STREQ(httpTransferResult(), "");
-    EXPECT_TRUE(test::readBytes(path) == content);
+    EXPECT_TRUE(test::readFile(path) == content);
 }
 
 TEST_F(HttpTransferCApi, HttpsDownloadNeedsTheSwitchForASelfSignedServer) {
     const std::string &content = SharedNginx::get().file("tls.bin", 1 << 20);
-    const std::string url = nginx().httpsUrl("/tls.bin");
-    const std::string path = (dir / "tls.bin").string();
-    httpTransferInitDownload(url.c_str(), false, nullptr, nullptr, nullptr, nullptr, path.c_str());
-    httpTransferStart();
-    pollToEnd();
+    const std::string url = nginx().httpsUrl("/tls.bin"), path = (dir / "tls.bin").string();
+    download(url, false, path);
     EXPECT_EQ(httpResponseCode(), 403);
     EXPECT_NE(std::string(httpTransferError()).find("The certificate for this server is invalid"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(path));
-
-    httpTransferInitDownload(url.c_str(), true, nullptr, nullptr, nullptr, nullptr, path.c_str());
-    httpTransferStart();
-    pollToEnd();
+    download(url, true, path);
     EXPECT_EQ(httpResponseCode(), 200);
-    EXPECT_TRUE(test::readBytes(path) == content);
+    EXPECT_TRUE(test::readFile(path) == content);
 }
 
 TEST_F(HttpTransferCApi, FailedDownloadIsNeverRetried) {
     httpTransferRetrySettings(3, 0.05, 0.1);
     const std::string path = (dir / "missing.bin").string();
-    httpTransferInitDownload(nginx().httpUrl("/missing.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
-                             path.c_str());
-    httpTransferStart();
-    auto statuses = pollToEnd();
-    EXPECT_EQ(statuses.count("Retry #1..."), 0u);
-    EXPECT_EQ(httpResponseCode(), 404);
-    EXPECT_STREQ(httpTransferError(), "Connection failure: \"The operation couldn\u2019t be completed. ( error 404.)\"");
-    EXPECT_FALSE(std::filesystem::exists(path));
-
-    // No answer at all (code 0) is not retried for a download either.
-    const int port = test::freeLoopbackPort();
-    const std::string closed = "http://127.0.0.1:" + std::to_string(port) + "/x";
-    httpTransferInitDownload(closed.c_str(), false, nullptr, nullptr, nullptr, nullptr, path.c_str());
-    httpTransferStart();
-    statuses = pollToEnd();
-    EXPECT_EQ(statuses.count("Retry #1..."), 0u);
-    EXPECT_EQ(httpResponseCode(), 0);
-    EXPECT_STREQ(httpTransferError(), "Connection failure: \"Could not connect to the server.\"");
-    EXPECT_FALSE(std::filesystem::exists(path));
+    // Neither a failure status nor no answer at all (code 0).
+    for (auto [url, code, error] : std::vector<std::tuple<std::string, long, std::string>>{
+             {nginx().httpUrl("/missing.bin"), 404,
+              "Connection failure: \"The operation couldn\u2019t be completed. ( error 404.)\""},
+             {"http://127.0.0.1:" + std::to_string(test::freeLoopbackPort()) + "/x", 0,
+              "Connection failure: \"Could not connect to the server.\""}}) {
+        SCOPED_TRACE(url);
+        EXPECT_EQ(download(url, false, path).count("Retry #1..."), 0u);
+        EXPECT_EQ(httpResponseCode(), code);
+        EXPECT_EQ(httpTransferError(), error);
+        EXPECT_FALSE(std::filesystem::exists(path));
+    }
 }
 
 TEST_F(HttpTransferCApi, UploadRetriesFollowTheSchedule) {
@@ -146,14 +149,11 @@ TEST_F(HttpTransferCApi, UploadRetriesFollowTheSchedule) {
         std::lock_guard<std::mutex> lock(m);
         return FaultReply{++answered <= 3 ? 503 : 200, "", {}, answered <= 3 ? "busy" : "<stored/>"};
     });
-    const auto file = dir / "log.txt";
-    test::writeBytes(file, test::patternBytes(200000));
     httpTransferRetrySettings(3, 0.2, 0.8);
-    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    initUpload(server.url("/upload"), test::patternBytes(200000));
     test::RecordingLog log;
     EXPECT_STREQ(httpTransferStart(), "");
-    auto statuses = pollToEnd();
-    EXPECT_EQ(statuses.count("Retry #1..."), 1u);
+    EXPECT_EQ(pollToEnd().count("Retry #1..."), 1u);
     EXPECT_EQ(httpResponseCode(), 200);
     EXPECT_STREQ(httpTransferResult(), "<stored/>");
     EXPECT_STREQ(httpTransferStatus(), "");
@@ -171,62 +171,42 @@ TEST_F(HttpTransferCApi, UploadRetriesFollowTheSchedule) {
     EXPECT_TRUE(log.contains("HttpTransfer restartAfterDelay: 0.200000"));
 }
 
-TEST_F(HttpTransferCApi, UploadGivesUpAfterTheLastRetry) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
-    const auto file = dir / "log.txt";
-    test::writeBytes(file, "inventory");
-    httpTransferRetrySettings(2, 0.05, 0.1);
-    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
-    httpTransferStart();
-    pollToEnd();
-    // The attempt's second end report must not start another round.
-    for (int i = 0; i < 5; ++i) EXPECT_TRUE(httpTransferIsComplete());
-    EXPECT_EQ(server.requestCount(), 3u);
-    EXPECT_EQ(httpResponseCode(), 503);
-    EXPECT_STREQ(httpTransferStatus(), "");
-}
-
-TEST_F(HttpTransferCApi, UploadAnsweredNotFoundOrServerErrorEndsAtOnce) {
-    for (int status : {404, 500, 403}) {
-        FaultServer server([&](const FaultRequest &) { return FaultReply{status, "", {}, "no"}; });
-        const auto file = dir / "log.txt";
-        test::writeBytes(file, "inventory");
-        httpTransferRetrySettings(3, 0.05, 0.1);
-        httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+TEST_F(HttpTransferCApi, UploadsEndAfterTheirLastRetryOrAtOnceWhenNotRetried) {
+    struct Row {
+        int status, retries;
+        bool inMemory;  // posted from memory instead of from a file
+        size_t requests;
+    };
+    for (const Row &row : std::vector<Row>{{503, 2, false, 3},
+                                           {404, 3, false, 1},
+                                           {500, 3, false, 1},
+                                           {403, 3, false, 1},
+                                           {503, 3, true, 1},
+                                           {503, 0, false, 1}}) {
+        SCOPED_TRACE(std::to_string(row.status) + (row.inMemory ? " in memory" : " file") + " retries " +
+                     std::to_string(row.retries));
+        FaultServer server(always(row.status, "no"));
+        httpTransferRetrySettings(row.retries, 0.05, 0.1);
+        if (row.inMemory) httpTransferInit(server.url("/post").c_str(), false, nullptr, nullptr, "<inventory/>", nullptr);
+        else initUpload(server.url("/upload"));
         httpTransferStart();
         pollToEnd();
-        EXPECT_EQ(server.requestCount(), 1u) << status;
-        EXPECT_EQ(httpResponseCode(), status);
+        // The attempt's second end report must not start another round.
+        for (int i = 0; i < 5; ++i) EXPECT_TRUE(httpTransferIsComplete());
+        EXPECT_EQ(server.requestCount(), row.requests);
+        EXPECT_EQ(httpResponseCode(), row.status);
+        EXPECT_STREQ(httpTransferStatus(), "");
+        if (row.inMemory) {
+            EXPECT_EQ(server.requests()[0].body, "<inventory/>");
+            EXPECT_EQ(server.requests()[0].header("content-type"), "application/xml; charset=utf-8");
+        }
     }
 }
 
-TEST_F(HttpTransferCApi, InMemoryPostIsNotRetried) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
-    httpTransferRetrySettings(3, 0.05, 0.1);
-    httpTransferInit(server.url("/post").c_str(), false, nullptr, nullptr, "<inventory/>", nullptr);
-    httpTransferStart();
-    pollToEnd();
-    EXPECT_EQ(server.requestCount(), 1u);
-    EXPECT_EQ(server.requests()[0].body, "<inventory/>");
-    EXPECT_EQ(server.requests()[0].header("content-type"), "application/xml; charset=utf-8");
-}
-
-TEST_F(HttpTransferCApi, WithoutRetrySettingsAFailedUploadEndsAtOnce) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
-    const auto file = dir / "log.txt";
-    test::writeBytes(file, "inventory");
-    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
-    httpTransferStart();
-    pollToEnd();
-    EXPECT_EQ(server.requestCount(), 1u);
-}
-
 TEST_F(HttpTransferCApi, CancelDuringARetryWaitEndsCanceledWithoutFurtherRetry) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{503, "", {}, "busy"}; });
-    const auto file = dir / "log.txt";
-    test::writeBytes(file, "inventory");
+    FaultServer server(always(503, "busy"));
     httpTransferRetrySettings(5, 0.3, 0.5);
-    httpTransferInit(server.url("/upload").c_str(), false, nullptr, nullptr, nullptr, file.string().c_str());
+    initUpload(server.url("/upload"));
     test::RecordingLog log;
     httpTransferStart();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -268,7 +248,7 @@ TEST_F(HttpTransferCApi, SynchronousRequestAnswersTheBodyOrTheFailure) {
 }
 
 TEST_F(HttpTransferCApi, HeaderEntriesReplaceTheBodyType) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{200, "", {}, "ok"}; });
+    FaultServer server(always(200, "ok"));
     httpTransferInit(server.url("/h").c_str(), false, nullptr, nullptr, "<q/>", nullptr);
     httpTransferAddHeader("Content-Type", "text/xml");
     httpTransferStart();
@@ -278,7 +258,7 @@ TEST_F(HttpTransferCApi, HeaderEntriesReplaceTheBodyType) {
 }
 
 TEST_F(HttpTransferCApi, UnusableOutputFileLeavesTheTransferRunning) {
-    test::writeBytes(dir / "plain", "x");
+    dir.write("plain", "x");
     const std::string path = (dir / "plain/sub/out.bin").string();
     test::RecordingLog log;
     httpTransferInitDownload(nginx().httpUrl("/transfer.bin").c_str(), false, nullptr, nullptr, nullptr, nullptr,
@@ -286,20 +266,6 @@ TEST_F(HttpTransferCApi, UnusableOutputFileLeavesTheTransferRunning) {
     EXPECT_STREQ(httpTransferStart(), "");
     for (int i = 0; i < 3; ++i) EXPECT_FALSE(httpTransferIsComplete());
     EXPECT_TRUE(log.contains("HttpTransfer - asyncSubmitRequest exception: Unable to initialize output file " + path));
-}
-
-TEST_F(HttpTransferCApi, TransferLogLinesMaskThePassword) {
-    FaultServer server([&](const FaultRequest &) { return FaultReply{200, "", {}, "ok"}; });
-    test::RecordingLog log;
-    httpTransferInit(server.url("/p").c_str(), true, "agent", "topsecret", nullptr, nullptr);
-    httpTransferStart();
-    pollToEnd();
-    const std::string expected = "HttpTransfer initializeHttpRequest: url=" + server.url("/p") +
-                                 ", allowInvalidCert=YES, username=agent, password=********, postData.length=0, "
-                                 "postFilePath=(null), downloadFilePath=(null)";
-    EXPECT_TRUE(log.contains(expected));
-    EXPECT_EQ(server.requests().at(0).header("authorization").rfind("Basic ", 0), 0u);
-    for (const std::string &line : log.lines()) EXPECT_EQ(line.find("topsecret"), std::string::npos) << line;
 }
 
 }  // namespace

@@ -9,41 +9,27 @@
 namespace vork {
 namespace {
 
-std::vector<double> schedule(int retries, double min, double max) {
-    HttpTransfer transfer;
-    transfer.setMaxRetries(retries);
-    transfer.setRetryDelayMinSeconds(min);
-    transfer.setRetryDelayMaxSeconds(max);
-    std::vector<double> delays;
-    for (int i = 0; i < retries; ++i) delays.push_back(transfer.delayTimeForIteration(i));
-    return delays;
-}
-
-TEST(HttpTransferSchedule, ThreeRetriesWithTheDefaults) {
-    auto d = schedule(3, 5.0, 120.0);
-    ASSERT_EQ(d.size(), 3u);
-    EXPECT_NEAR(d[0], 5.0, 1e-9);
-    EXPECT_NEAR(d[1], 14.77, 0.005);
-    EXPECT_NEAR(d[2], 120.0, 1e-9);
-}
-
-TEST(HttpTransferSchedule, FiveRetriesWithTheDefaults) {
-    auto d = schedule(5, 5.0, 120.0);
-    ASSERT_EQ(d.size(), 5u);
-    EXPECT_NEAR(d[0], 5.0, 1e-9);
-    EXPECT_NEAR(d[1], 7.282, 0.0005);
-    EXPECT_NEAR(d[2], 14.77, 0.005);
-    EXPECT_NEAR(d[3], 39.346, 0.0005);
-    EXPECT_NEAR(d[4], 120.0, 1e-9);
-}
-
-TEST(HttpTransferSchedule, OneRetryWaitsTheMinimum) {
-    auto d = schedule(1, 5.0, 120.0);
-    EXPECT_DOUBLE_EQ(d.at(0), 5.0);
-}
-
-TEST(HttpTransferSchedule, EqualBoundsWaitTheSameEveryTime) {
-    for (double delay : schedule(3, 5.0, 5.0)) EXPECT_DOUBLE_EQ(delay, 5.0);
+TEST(HttpTransferSchedule, DelaysRiseFromTheMinimumToTheMaximum) {
+    struct Row {
+        int retries;
+        double min, max;
+        std::vector<std::pair<double, double>> delays;  // expected, tolerance
+    };
+    constexpr double kExact = 1e-12;
+    for (const Row &row : std::vector<Row>{
+             {3, 5.0, 120.0, {{5.0, kExact}, {14.77, 0.005}, {120.0, kExact}}},
+             {5, 5.0, 120.0, {{5.0, kExact}, {7.282, 0.0005}, {14.77, 0.005}, {39.346, 0.0005}, {120.0, kExact}}},
+             {1, 5.0, 120.0, {{5.0, kExact}}},                            // one retry waits the minimum
+             {3, 5.0, 5.0, {{5.0, kExact}, {5.0, kExact}, {5.0, kExact}}},  // equal bounds
+         }) {
+        SCOPED_TRACE(row.retries);
+        HttpTransfer transfer;
+        transfer.setMaxRetries(row.retries);
+        transfer.setRetryDelayMinSeconds(row.min);
+        transfer.setRetryDelayMaxSeconds(row.max);
+        for (int i = 0; i < row.retries; ++i)
+            EXPECT_NEAR(transfer.delayTimeForIteration(i), row.delays.at(i).first, row.delays.at(i).second) << i;
+    }
 }
 
 TEST(HttpTransferSchedule, NewTransferStartsWithTheDefaults) {
@@ -64,20 +50,14 @@ TEST(HttpTransferRetryRule, OnlyTransientAnswersAreRetried) {
         EXPECT_TRUE(HttpTransfer::shouldRetry(code)) << code;
 }
 
-TEST(HttpTransferSecurity, UsesTheFixedKeychainUnderTheSystemRoot) {
-    test::SystemRootSandbox sandbox;
-    HttpTransfer transfer;
-    EXPECT_EQ(transfer.securityAPI().keychainPath(),
-              sandbox.at("/Library/Application Support/VORK/VORK.keychain").string());
-}
-
-TEST(HttpTransferSecurity, MissingKeychainGivesNoIdentityAndLogsTheError) {
+TEST(HttpTransferSecurity, FixedKeychainUnderTheSystemRootWithoutWhichThereIsNoIdentity) {
     test::SystemRootSandbox sandbox;
     test::RecordingLog log;
     HttpTransfer transfer;
+    EXPECT_EQ(transfer.securityAPI().keychainPath(),
+              sandbox.at("/Library/Application Support/VORK/VORK.keychain").string());
     transfer.httpRequest().setUrl("https://127.0.0.1:1/x");
-    auto credential = transfer.credentialNeededForServerRequest(transfer.httpRequest(), "https://zel/");
-    EXPECT_FALSE(credential);
+    EXPECT_FALSE(transfer.credentialNeededForServerRequest(transfer.httpRequest(), "https://zel/"));
     DomainError error;
     EXPECT_FALSE(transfer.securityAPI().identityAsNSURLCredential(&error));
     EXPECT_EQ(error.code, 3);
