@@ -1,17 +1,20 @@
 #pragma once
-// Shared pieces of the HTTP tests: one nginx for the whole program, file
-// contents, and pumping the calling thread's run loop until a condition holds.
+// Shared pieces of the HTTP and transfer tests: one nginx for the whole
+// program, file contents, digests, and pumping the calling thread's run
+// loop until a condition holds.
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
 
 #include "runloop/RunLoop.h"
+#include "support/FaultServer.h"
 #include "support/Nginx.h"
 #include "support/TempDir.h"
 
@@ -28,6 +31,11 @@ inline bool pumpUntil(const std::function<bool()> &done, double seconds = 20) {
     return true;
 }
 
+// A fault-server handler giving every request the same answer.
+inline FaultServer::Handler always(int status, const std::string &body) {
+    return [status, body](const FaultRequest &) { return FaultReply{status, "", {}, body}; };
+}
+
 inline std::string patternBytes(size_t size, unsigned seed = 7) {
     std::string bytes(size, '\0');
     std::mt19937 rng(seed);
@@ -35,15 +43,18 @@ inline std::string patternBytes(size_t size, unsigned seed = 7) {
     return bytes;
 }
 
-inline void writeBytes(const std::filesystem::path &path, const std::string &bytes) {
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::string readBytes(const std::filesystem::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+// The lower-case hex digest of bytes held in memory, in one call: an
+// independent reference for what the library computes in pieces.
+inline std::string hexDigest(const std::string &bytes, const EVP_MD *md) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(bytes.data(), bytes.size(), digest, &length, md, nullptr);
+    std::string hex;
+    for (unsigned i = 0; i < length; ++i) {
+        hex += "0123456789abcdef"[digest[i] >> 4];
+        hex += "0123456789abcdef"[digest[i] & 15];
+    }
+    return hex;
 }
 
 // One nginx for every test of the program, serving files the tests put in
@@ -60,7 +71,7 @@ public:
         auto it = files_.find(name);
         if (it != files_.end()) return it->second;
         std::string bytes = patternBytes(size, seed);
-        writeBytes(std::filesystem::path(nginx_->wwwFolder()) / name, bytes);
+        dir_.write("nginx/www/" + name, bytes);
         return files_.emplace(name, std::move(bytes)).first->second;
     }
 

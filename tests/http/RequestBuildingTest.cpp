@@ -19,16 +19,12 @@ TEST(HttpResponse, TotalBytesAddsUploadedAndDownloaded) {
     EXPECT_EQ(response.totalBytes(), 15u);
 }
 
-TEST(RequestBuilding, XmlBodySetsMethodAndType) {
+TEST(RequestBuilding, XmlBodySetsMethodAndTypeAndHeadersReplaceWithoutRegardToCase) {
     VORKHTTPRequest request(std::string("http://127.0.0.1:1/"), "<a/>");
     EXPECT_EQ(request.method(), "POST");
     EXPECT_EQ(request.headerValues().at("Content-Type"), "application/xml; charset=utf-8");
     EXPECT_EQ(*request.postBody(), "<a/>");
     EXPECT_DOUBLE_EQ(request.timeout(), 60.0);
-}
-
-TEST(RequestBuilding, HeadersReplaceWithoutRegardToCase) {
-    VORKHTTPRequest request(std::string("http://127.0.0.1:1/"), "<a/>");
     request.addHeaderValue("text/plain", "content-type");
     auto headers = request.headerValues();
     EXPECT_EQ(headers.size(), 1u);
@@ -79,11 +75,13 @@ TEST(RequestAuthentication, NoIdentityIsAskedWithoutServerAddress) {
     EXPECT_EQ(asker.asked, 1);
 }
 
+struct Progress : VORKHTTPRequestDelegate {
+    double last = -1;
+    void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
+};
+
 TEST(UploadCounter, EachWrapOfThe32BitTotalCountsWith4294967295) {
-    struct Progress : VORKHTTPRequestDelegate {
-        double last = -1;
-        void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
-    } progress;
+    Progress progress;
     VORKHTTPRequest request;
     request.setNotifyObject(&progress);
     request.setNotifyProgress(true);
@@ -101,10 +99,7 @@ TEST(UploadCounter, EachWrapOfThe32BitTotalCountsWith4294967295) {
 }
 
 TEST(UploadCounter, DenominatorIsTheLargerExpectedFigure) {
-    struct Progress : VORKHTTPRequestDelegate {
-        double last = -1;
-        void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
-    } progress;
+    Progress progress;
     VORKHTTPRequest request;
     request.setNotifyObject(&progress);
     request.setNotifyProgress(true);
@@ -129,10 +124,10 @@ TEST(UrlErrors, CurlFailuresMapOntoThePlatformCodes) {
 
 TEST(UrlErrors, DescriptionsAreThePlatformTexts) {
     EXPECT_EQ(URLError::urlError(-1001, "u", "h").localizedDescription(), "The request timed out.");
-    EXPECT_EQ(URLError::urlError(-1003, "u", "h").localizedDescription(),
-              "A server with the specified hostname could not be found.");
-    EXPECT_EQ(URLError::urlError(-1003, "u", "h").domain(), "NSURLErrorDomain");
-    EXPECT_EQ(URLError::urlError(-1003, "u", "h").userInfo().at(kFailingURLStringKey), "u");
+    const URLError notFound = URLError::urlError(-1003, "u", "h");
+    EXPECT_EQ(notFound.localizedDescription(), "A server with the specified hostname could not be found.");
+    EXPECT_EQ(notFound.domain(), "NSURLErrorDomain");
+    EXPECT_EQ(notFound.userInfo().at(kFailingURLStringKey), "u");
     EXPECT_EQ(URLError("", 500).localizedDescription(), "The operation couldn\u2019t be completed. ( error 500.)");
 }
 

@@ -11,6 +11,8 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <map>
+#include <sstream>
 #include <stdexcept>
 
 namespace vork::test {
@@ -29,18 +31,12 @@ std::string trim(const std::string &s) {
 }
 
 const char *reasonFor(int status) {
-    switch (status) {
-    case 100: return "Continue";
-    case 200: return "OK";
-    case 206: return "Partial Content";
-    case 401: return "Unauthorized";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 416: return "Range Not Satisfiable";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    default: return "Status";
-    }
+    static const std::map<int, const char *> reasons = {
+        {100, "Continue"},     {200, "OK"},        {206, "Partial Content"},       {401, "Unauthorized"},
+        {403, "Forbidden"},    {404, "Not Found"}, {416, "Range Not Satisfiable"}, {500, "Internal Server Error"},
+        {503, "Service Unavailable"}};
+    auto it = reasons.find(status);
+    return it == reasons.end() ? "Status" : it->second;
 }
 
 bool sendAll(int fd, const char *data, size_t length) {
@@ -147,27 +143,21 @@ void FaultServer::serve(int fd, int connection) {
             FaultRequest request;
             request.connection = connection;
             request.arrived = std::chrono::steady_clock::now();
-            std::string head = buffer.substr(0, end);
+            std::istringstream head(buffer.substr(0, end));
             buffer.erase(0, end + 4);
-            size_t lineEnd = head.find("\r\n");
-            std::string requestLine = head.substr(0, lineEnd);
-            size_t sp1 = requestLine.find(' '), sp2 = requestLine.rfind(' ');
-            request.method = requestLine.substr(0, sp1);
-            request.target = requestLine.substr(sp1 + 1, sp2 - sp1 - 1);
-            size_t pos = lineEnd == std::string::npos ? head.size() : lineEnd + 2;
-            while (pos < head.size()) {
-                size_t next = head.find("\r\n", pos);
-                if (next == std::string::npos) next = head.size();
-                std::string line = head.substr(pos, next - pos);
+            std::string line;
+            std::getline(head, line);
+            line = trim(line);
+            size_t sp1 = line.find(' '), sp2 = line.rfind(' ');
+            request.method = line.substr(0, sp1);
+            request.target = line.substr(sp1 + 1, sp2 - sp1 - 1);
+            while (std::getline(head, line)) {
                 size_t colon = line.find(':');
-                if (colon != std::string::npos) {
-                    std::string name = lower(line.substr(0, colon));
-                    std::string value = trim(line.substr(colon + 1));
-                    // Repeated fields are joined, as HTTP allows.
-                    auto [it, inserted] = request.headers.emplace(name, value);
-                    if (!inserted) it->second += ", " + value;
-                }
-                pos = next + 2;
+                if (colon == std::string::npos) continue;
+                std::string name = lower(line.substr(0, colon)), value = trim(line.substr(colon + 1));
+                // Repeated fields are joined, as HTTP allows.
+                auto [it, inserted] = request.headers.emplace(name, value);
+                if (!inserted) it->second += ", " + value;
             }
             if (lower(request.header("expect")) == "100-continue") {
                 const std::string cont = "HTTP/1.1 100 Continue\r\n\r\n";

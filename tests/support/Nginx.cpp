@@ -23,12 +23,17 @@ namespace {
 
 const char *kNginxBinary = "/usr/sbin/nginx";
 
-bool canConnect(int port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+sockaddr_in loopback(int port) {
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     addr.sin_port = htons(static_cast<uint16_t>(port));
+    return addr;
+}
+
+bool canConnect(int port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr = loopback(port);
     bool ok = ::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0;
     ::close(fd);
     return ok;
@@ -55,11 +60,9 @@ std::string tempPaths(const std::string &folder) {
 
 int freeLoopbackPort() {
     int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr);
+    sockaddr_in addr = loopback(0);
     socklen_t len = sizeof addr;
+    ::bind(fd, reinterpret_cast<sockaddr *>(&addr), len);
     ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len);
     ::close(fd);
     return ntohs(addr.sin_port);
@@ -96,45 +99,29 @@ bool Nginx::launch() {
     const std::string conf = folder_ + "/nginx.conf";
     {
         std::ofstream out(conf, std::ios::trunc);
-        out << "daemon off;\n"
-               "master_process off;\n"
-               "worker_processes 1;\n"
+        out << "daemon off; master_process off; worker_processes 1;\n"
                "pid " << folder_ << "/nginx.pid;\n"
                "error_log " << errorLogPath() << " warn;\n"
                "events { worker_connections 256; }\n"
-               "http {\n"
-            << tempPaths(folder_)
+               "http {\n" << tempPaths(folder_)
             << "    access_log " << (options_.accessLog ? accessLogPath() : std::string("off")) << ";\n"
-               "    default_type application/octet-stream;\n"
-               "    sendfile on;\n"
-               "    tcp_nopush on;\n"
-               "    keepalive_requests 100000;\n"
-               "    keepalive_timeout 65;\n"
+               "    default_type application/octet-stream; sendfile on; tcp_nopush on;\n"
+               "    keepalive_requests 100000; keepalive_timeout 65;\n"
                "    server {\n"
-               "        listen 127.0.0.1:" << httpPort_ << ";\n"
-               "        listen 127.0.0.1:" << httpsPort_ << " ssl;\n"
-               "        ssl_certificate " << certificatePath() << ";\n"
-               "        ssl_certificate_key " << folder_ << "/key.pem;\n"
-               "        root " << wwwFolder() << ";\n"
-               "        client_max_body_size 0;\n"
+               "        listen 127.0.0.1:" << httpPort_ << "; listen 127.0.0.1:" << httpsPort_ << " ssl;\n"
+               "        ssl_certificate " << certificatePath() << "; ssl_certificate_key " << folder_ << "/key.pem;\n"
+               "        root " << wwwFolder() << "; client_max_body_size 0;\n"
                "        location / { }\n"
-               "        location /private/ {\n"
-               "            auth_basic \"VORK\";\n"
-               "            auth_basic_user_file " << folder_ << "/htpasswd;\n"
-               "        }\n"
+               "        location /private/ { auth_basic \"VORK\"; auth_basic_user_file " << folder_ << "/htpasswd; }\n"
                "        location = /upload {\n"
-               "            client_body_buffer_size 1m;\n"
-               "            default_type application/xml;\n"
-               "            return 200 \"<ok/>\";\n"
+               "            client_body_buffer_size 1m; default_type application/xml; return 200 \"<ok/>\";\n"
                "        }\n";
         if (options_.uploadProxyPort)
             out << "        location /proxy/ {\n"
-                   "            proxy_request_buffering off;\n"
-                   "            proxy_http_version 1.1;\n"
+                   "            proxy_request_buffering off; proxy_http_version 1.1;\n"
                    "            proxy_pass http://127.0.0.1:" << options_.uploadProxyPort << "/;\n"
                    "        }\n";
-        out << "    }\n"
-               "}\n";
+        out << "    }\n}\n";
     }
     pid_ = ::fork();
     if (pid_ == 0) {
