@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <mutex>
+#include <typeinfo>
 #include <cstdarg>
 #include <cstdlib>
 #include <filesystem>
@@ -44,6 +45,10 @@ std::string CommCLog::logFileName() const {
 
 void logDebugf(const char *format, ...) {
     std::shared_ptr<CommCLog> log = CommCLog::defaultLog();
+    // The released log drops every line unread: formatting one for it (some
+    // carry whole request bodies) would be work nobody sees. A log of
+    // another kind, such as one a test installs, gets every line.
+    if (!log || typeid(*log) == typeid(CommCLog)) return;
     va_list args;
     va_start(args, format);
     std::string line = vstringf(format, args);
