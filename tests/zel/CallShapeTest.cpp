@@ -3,6 +3,7 @@
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,31 +32,85 @@ protected:
         return record;
     }
 
-    std::shared_ptr<ZelInterface> session() { return g_ZelInterface->shared_from_this(); }
+public:
+    template <typename Call>
+    Call call() {
+        Call call;
+        call.setZelInterface(g_ZelInterface->shared_from_this());
+        return call;
+    }
 
+protected:
     RefServer server;
 };
 
-TEST_F(CallShape, ComputerInventoryPrefs) {
-    std::string reply = computerInventoryPrefs();
-    EXPECT_EQ(statusCodeOf(reply), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.computerinventorycollectionpreferencerequest");
-    EXPECT_EQ(record["commandData"].text, "computerInventoryCollectionPreference");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:platform", "mac"}}));
-    EXPECT_NE(reply.find("Collect Applications"), std::string::npos);
-}
+constexpr int kAnyStatus = -2;
 
-TEST_F(CallShape, ClientSitePrivileges) {
-    RecordingLog log;
-    std::string reply = clientSitePrivileges("Self Service");
-    EXPECT_EQ(statusCodeOf(reply), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.clientsiteprivilegesrequest");
-    EXPECT_EQ(record["commandData"].text, "clientSitePrivileges");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:clientAppName", "Self Service"}}));
-    EXPECT_TRUE(log.contains("clientSitePrivileges called with Self Service"));
-    EXPECT_NE(reply.find("Headquarters"), std::string::npos);
+struct Shape {
+    const char *name;
+    std::function<std::string(CallShape &)> call;
+    std::string commandType, commandData;
+    Fields fields;
+    int status = 0;          // kAnyStatus: whatever the server makes of it, as long as there is one
+    std::string logLine;     // written when the call starts
+    std::string replyHolds;  // a text from the server's answer
+};
+
+TEST_F(CallShape, EachCallSendsItsRequestTypeElementAndFields) {
+    const std::vector<Shape> shapes = {
+        {"computerInventoryPrefs", [](CallShape &) { return std::string(computerInventoryPrefs()); },
+         "computerinventorycollectionpreferencerequest", "computerInventoryCollectionPreference",
+         {{"ns2:platform", "mac"}}, 0, "", "Collect Applications"},
+        {"clientSitePrivileges", [](CallShape &) { return std::string(clientSitePrivileges("Self Service")); },
+         "clientsiteprivilegesrequest", "clientSitePrivileges", {{"ns2:clientAppName", "Self Service"}}, 0,
+         "clientSitePrivileges called with Self Service", "Headquarters"},
+        // Site 5 is not the user's: the server's refusal comes back as its status.
+        {"clientSiteSelection", [](CallShape &) { return std::string(clientSiteSelection(5)); },
+         "clientsiteselectionrequest", "clientSiteSelection", {{"ns2:siteID", "5"}}, 1410,
+         "clientSiteSelection called with 5"},
+        {"clientSiteSelection(1)", [](CallShape &) { return std::string(clientSiteSelection(1)); },
+         "clientsiteselectionrequest", "clientSiteSelection", {{"ns2:siteID", "1"}}, 0},
+        {"negative site", [](CallShape &) { return std::string(clientSiteSelection(-3)); },
+         "clientsiteselectionrequest", "clientSiteSelection", {{"ns2:siteID", "-3"}}, kAnyStatus},
+        {"adminAddObject", [](CallShape &) { return std::string(adminAddObject()); }, "adminaddobjectrequest",
+         "adminAddObject", {{"ns2:platform", "mac"}}},
+        {"getPrinterInfo", [](CallShape &) { return std::string(getPrinterInfo(7)); }, "getprinterinforequest",
+         "getPrinterInfo", {{"ns2:printerId", "7"}}, kAnyStatus},
+        // "scriptID" with a capital D.
+        {"retrieveScriptData", [](CallShape &) { return std::string(retrieveScriptData(12)); },
+         "retrievescriptdatarequest", "retrieveScriptData", {{"ns2:scriptID", "12"}}, kAnyStatus},
+        {"storePPD", [](CallShape &t) { return t.call<ZelCallStorePPD>().execute(); }, "storeppdrequest",
+         "storePPDRequest", {{"ns2:platform", "mac"}}},
+        {"packageIndex", [](CallShape &t) { return t.call<ZelCallPackageIndex>().execute(); },
+         "packageindexrequest", "packageIndex", {{"ns2:platform", "mac"}}},
+        // The object id is always sent as zero.
+        {"fetchCredentials",
+         [](CallShape &t) {
+             auto call = t.call<ZelFetchCredentials>();
+             call.setCredentialType("distributionPoint");
+             call.setObjectId(42);
+             return call.execute();
+         },
+         "credentialsrequest", "credentials", {{"ns2:credentialType", "distributionPoint"}, {"ns2:objectID", "0"}}, 0,
+         "", "dpwrite"},
+    };
+    for (const Shape &shape : shapes) {
+        SCOPED_TRACE(shape.name);
+        server.clearRequests();
+        RecordingLog log;
+        const std::string reply = shape.call(*this);
+        Json record = sent();
+        EXPECT_EQ(record["commandType"].text, "io.vork.agent." + shape.commandType);
+        EXPECT_EQ(record["commandData"].text, shape.commandData);
+        EXPECT_EQ(fieldsOf(record), shape.fields);
+        if (shape.status == kAnyStatus) {
+            EXPECT_GE(statusCodeOf(reply), 0) << reply;
+        } else {
+            EXPECT_EQ(statusCodeOf(reply), shape.status) << reply;
+        }
+        EXPECT_TRUE(shape.logLine.empty() || log.contains(shape.logLine)) << shape.logLine;
+        EXPECT_NE(reply.find(shape.replyHolds), std::string::npos) << reply;
+    }
 }
 
 TEST_F(CallShape, ClientSitePrivilegesTextIsNotAffectedByPrivilegeLists) {
@@ -65,107 +120,30 @@ TEST_F(CallShape, ClientSitePrivilegesTextIsNotAffectedByPrivilegeLists) {
     EXPECT_NE(reply.find("Read Computers"), std::string::npos);
 }
 
-TEST_F(CallShape, ClientSiteSelection) {
-    RecordingLog log;
-    std::string reply = clientSiteSelection(5);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.clientsiteselectionrequest");
-    EXPECT_EQ(record["commandData"].text, "clientSiteSelection");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:siteID", "5"}}));
-    EXPECT_TRUE(log.contains("clientSiteSelection called with 5"));
-    // Site 5 is not the user's: the server's refusal comes back as its status.
-    EXPECT_EQ(statusCodeOf(reply), 1410);
-    server.clearRequests();
-    EXPECT_EQ(statusCodeOf(clientSiteSelection(1)), 0);
-}
-
-TEST_F(CallShape, NegativeSiteNumberIsWrittenAsIs) {
-    clientSiteSelection(-3);
-    EXPECT_EQ(fieldsOf(sent()), (Fields{{"ns2:siteID", "-3"}}));
-}
-
-TEST_F(CallShape, AdminAddObject) {
-    std::string reply = adminAddObject();
-    EXPECT_EQ(statusCodeOf(reply), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.adminaddobjectrequest");
-    EXPECT_EQ(record["commandData"].text, "adminAddObject");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:platform", "mac"}}));
-}
-
 TEST_F(CallShape, AdminSaveSendsTheCallersElementAsItStands) {
     const std::string element =
         "<adminSave><modifiedScripts><script id=\"4\">echo &amp; done</script></modifiedScripts></adminSave>";
     adminSave(element.c_str());
     auto all = clientRequests(server);
     ASSERT_EQ(all.size(), 1u);
-    std::string body = all[0]["body"].text;
-    EXPECT_NE(body.find(element), std::string::npos) << body;
-}
+    EXPECT_NE(all[0]["body"].text.find(element), std::string::npos) << all[0]["body"].text;
 
-TEST_F(CallShape, AdminSaveWithMalformedTextStillSendsTheRequestType) {
+    // Malformed text still sends the request type; the server says what it
+    // makes of a save without objects.
+    server.clearRequests();
     std::string reply = adminSave("<adminSave><unclosed></adminSave>");
     Json record = sent();
     EXPECT_EQ(record["commandType"].text, "io.vork.agent.adminsaverequest");
     EXPECT_TRUE(record["commandData"].isNull());
-    // The server says what it makes of a save without objects.
     EXPECT_EQ(statusCodeOf(reply), 1301);
 }
 
-TEST_F(CallShape, GetPrinterInfo) {
-    std::string reply = getPrinterInfo(7);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.getprinterinforequest");
-    EXPECT_EQ(record["commandData"].text, "getPrinterInfo");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:printerId", "7"}}));
-    EXPECT_GE(statusCodeOf(reply), 0);
-}
-
-TEST_F(CallShape, RetrieveScriptDataSpellsScriptIDWithCapitalD) {
-    std::string reply = retrieveScriptData(12);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.retrievescriptdatarequest");
-    EXPECT_EQ(record["commandData"].text, "retrieveScriptData");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:scriptID", "12"}}));
-    EXPECT_GE(statusCodeOf(reply), 0);
-}
-
-TEST_F(CallShape, StorePPDAnnouncesThePlatformOnly) {
-    ZelCallStorePPD call;
-    call.setZelInterface(session());
-    EXPECT_EQ(statusCodeOf(call.execute()), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.storeppdrequest");
-    EXPECT_EQ(record["commandData"].text, "storePPDRequest");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:platform", "mac"}}));
-}
-
-TEST_F(CallShape, PackageIndex) {
-    ZelCallPackageIndex call;
-    call.setZelInterface(session());
-    EXPECT_EQ(statusCodeOf(call.execute()), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.packageindexrequest");
-    EXPECT_EQ(record["commandData"].text, "packageIndex");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:platform", "mac"}}));
-}
-
-TEST_F(CallShape, FetchCredentialsSendsObjectIdZero) {
-    ZelFetchCredentials call;
-    call.setZelInterface(session());
+TEST_F(CallShape, FetchCredentialsAnswerReadsIntoCredentialsInDocumentOrder) {
+    auto call = this->call<ZelFetchCredentials>();
     call.setCredentialType("distributionPoint");
-    call.setObjectId(42);
-    std::string reply = call.execute();
-    EXPECT_EQ(statusCodeOf(reply), 0);
-    Json record = sent();
-    EXPECT_EQ(record["commandType"].text, "io.vork.agent.credentialsrequest");
-    EXPECT_EQ(record["commandData"].text, "credentials");
-    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:credentialType", "distributionPoint"}, {"ns2:objectID", "0"}}));
-
-    // The answer reads into two credentials, in document order.
     VCCMessage message;
     message.setCommandDataClass(&CredentialsResponse::mapping());
-    message.loadFromXmlData(reply);
+    message.loadFromXmlData(call.execute());
     auto response = message.content()->commandDataAs<CredentialsResponse>();
     ASSERT_TRUE(response);
     ASSERT_EQ(response->credentials.size(), 2u);
@@ -175,8 +153,7 @@ TEST_F(CallShape, FetchCredentialsSendsObjectIdZero) {
 }
 
 TEST_F(CallShape, FetchCredentialsMessageFormsFailBeforeSending) {
-    ZelFetchCredentials call;
-    call.setZelInterface(session());
+    auto call = this->call<ZelFetchCredentials>();
     call.setCredentialType("ldap");
     try {
         call.executeAndReturnMessage();
@@ -189,9 +166,8 @@ TEST_F(CallShape, FetchCredentialsMessageFormsFailBeforeSending) {
     EXPECT_TRUE(clientRequests(server).empty());
 }
 
-TEST_F(CallShape, SitePrivilegesReadIntoSites) {
-    ZelCallClientSitePrivileges call;
-    call.setZelInterface(session());
+TEST_F(CallShape, SitePrivilegesReadIntoSitesUnlessTheArrayHasNoElementClass) {
+    auto call = this->call<ZelCallClientSitePrivileges>();
     call.setClientAppName("Self Service");
     auto reply = call.executeWithResultMessageClass(&ClientSitePrivilegesResponse::mapping());
     ASSERT_TRUE(reply->content());
@@ -205,14 +181,9 @@ TEST_F(CallShape, SitePrivilegesReadIntoSites) {
     EXPECT_EQ(response->sites[1]->siteID, 2);
     EXPECT_EQ(response->sites[1]->name, "Branch Office & Lab");
     EXPECT_FALSE(response->sites[1]->currentUserSite);
-}
 
-TEST_F(CallShape, ArrayWithoutElementClassBecomesStatus1999) {
     server.setFault(R"({"arrayWithoutClass": true})");
-    ZelCallClientSitePrivileges call;
-    call.setZelInterface(session());
-    call.setClientAppName("Self Service");
-    auto reply = call.executeWithResultMessageClass(&ClientSitePrivilegesResponse::mapping());
+    reply = call.executeWithResultMessageClass(&ClientSitePrivilegesResponse::mapping());
     ASSERT_TRUE(reply->content());
     auto status = reply->content()->status();
     EXPECT_EQ(status->code(), 1999);
@@ -222,13 +193,11 @@ TEST_F(CallShape, ArrayWithoutElementClassBecomesStatus1999) {
               std::string::npos)
         << *status->extendedMessage();
     // Without a result class the same reply reads fine.
-    auto plain = call.executeAndReturnMessage();
-    EXPECT_EQ(plain->content()->status()->code(), 0);
+    EXPECT_EQ(call.executeAndReturnMessage()->content()->status()->code(), 0);
 }
 
 TEST_F(CallShape, SiteSelectionReturnsTheMessage) {
-    ZelCallClientSiteSelection call;
-    call.setZelInterface(session());
+    auto call = this->call<ZelCallClientSiteSelection>();
     call.setSiteID(2);
     auto reply = call.executeAndReturnMessage();
     ASSERT_TRUE(reply->content());

@@ -14,41 +14,28 @@ struct Reader {
         throw std::runtime_error(std::string("JSON: ") + what + " at " + std::to_string(pos));
     }
     void skip() {
-        while (pos < in.size() && (in[pos] == ' ' || in[pos] == '\n' || in[pos] == '\r' || in[pos] == '\t')) ++pos;
+        while (pos < in.size() && std::string_view(" \n\r\t").find(in[pos]) != std::string_view::npos) ++pos;
     }
     bool take(char c) {
         skip();
-        if (pos < in.size() && in[pos] == c) {
-            ++pos;
-            return true;
-        }
-        return false;
+        return pos < in.size() && in[pos] == c && ++pos;
     }
     void expect(char c) {
         if (!take(c)) fail("unexpected character");
     }
+    bool word(std::string_view w) {
+        return in.substr(pos, w.size()) == w && (pos += w.size());
+    }
     static void appendUtf8(std::string &out, unsigned code) {
-        if (code < 0x80) {
-            out.push_back(static_cast<char>(code));
-        } else if (code < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | (code >> 6)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        } else if (code < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | (code >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | (code >> 18)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        }
+        const int tail = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+        static const unsigned char lead[] = {0x00, 0xC0, 0xE0, 0xF0};
+        out.push_back(static_cast<char>(lead[tail] | (code >> (6 * tail))));
+        for (int i = tail - 1; i >= 0; --i) out.push_back(static_cast<char>(0x80 | ((code >> (6 * i)) & 0x3F)));
     }
     unsigned hex4() {
         if (pos + 4 > in.size()) fail("short escape");
-        unsigned value = static_cast<unsigned>(std::strtoul(std::string(in.substr(pos, 4)).c_str(), nullptr, 16));
         pos += 4;
-        return value;
+        return static_cast<unsigned>(std::strtoul(std::string(in.substr(pos - 4, 4)).c_str(), nullptr, 16));
     }
     std::string string() {
         expect('"');
@@ -60,24 +47,17 @@ struct Reader {
                 continue;
             }
             if (pos >= in.size()) fail("bad escape");
-            char e = in[pos++];
-            switch (e) {
-            case 'n': out.push_back('\n'); break;
-            case 't': out.push_back('\t'); break;
-            case 'r': out.push_back('\r'); break;
-            case 'b': out.push_back('\b'); break;
-            case 'f': out.push_back('\f'); break;
-            case 'u': {
+            const char e = in[pos++];
+            const size_t simple = std::string_view("ntrbf").find(e);
+            if (simple != std::string_view::npos) {
+                out.push_back("\n\t\r\b\f"[simple]);
+            } else if (e == 'u') {
                 unsigned code = hex4();
-                if (code >= 0xD800 && code < 0xDC00 && pos + 6 <= in.size() && in[pos] == '\\' && in[pos + 1] == 'u') {
-                    pos += 2;
-                    unsigned low = hex4();
-                    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-                }
+                if (code >= 0xD800 && code < 0xDC00 && pos + 6 <= in.size() && word("\\u"))
+                    code = 0x10000 + ((code - 0xD800) << 10) + (hex4() - 0xDC00);
                 appendUtf8(out, code);
-                break;
-            }
-            default: out.push_back(e);
+            } else {
+                out.push_back(e);
             }
         }
         expect('"');
@@ -87,9 +67,7 @@ struct Reader {
         skip();
         Json v;
         if (pos >= in.size()) fail("end of text");
-        char c = in[pos];
-        if (c == '{') {
-            ++pos;
+        if (take('{')) {
             v.kind = Json::Object;
             if (take('}')) return v;
             do {
@@ -99,26 +77,18 @@ struct Reader {
                 v.members[key] = value();
             } while (take(','));
             expect('}');
-        } else if (c == '[') {
-            ++pos;
+        } else if (take('[')) {
             v.kind = Json::Array;
             if (take(']')) return v;
             do v.items.push_back(value());
             while (take(','));
             expect(']');
-        } else if (c == '"') {
+        } else if (in[pos] == '"') {
             v.kind = Json::String;
             v.text = string();
-        } else if (in.substr(pos, 4) == "true") {
+        } else if ((v.boolean = word("true")) || word("false")) {
             v.kind = Json::Bool;
-            v.boolean = true;
-            pos += 4;
-        } else if (in.substr(pos, 5) == "false") {
-            v.kind = Json::Bool;
-            pos += 5;
-        } else if (in.substr(pos, 4) == "null") {
-            pos += 4;
-        } else {
+        } else if (!word("null")) {
             v.kind = Json::Number;
             char *end = nullptr;
             std::string rest(in.substr(pos, 64));

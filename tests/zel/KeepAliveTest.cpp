@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,13 +20,18 @@ using namespace vork::test;
 namespace {
 
 constexpr int kFailure = 1999;
+using Fields = std::vector<std::pair<std::string, std::string>>;
 
-TEST(KeepAlive, SendsTheKeepAliveRequestAndAnswersTheServersMessage) {
+std::string closedUrl() { return "http://127.0.0.1:" + std::to_string(closedPort()); }
+
+class KeepAlive : public ::testing::Test {
+protected:
+    void SetUp() override { useServer(server); }
     RefServer server;
-    useServer(server);
+};
 
+TEST_F(KeepAlive, SendsOneKeepAliveRequestPerCallAndAnswersTheServersMessage) {
     std::string reply = keepAlive(0);
-
     EXPECT_EQ(statusCodeOf(reply), 0) << reply;
     Json record = lastClientRequest(server);
     EXPECT_TRUE(record["valid"].boolean) << server.log();
@@ -33,103 +39,59 @@ TEST(KeepAlive, SendsTheKeepAliveRequestAndAnswersTheServersMessage) {
     EXPECT_EQ(record["authUser"].text, "agent");
     EXPECT_EQ(record["commandType"].text, "io.vork.agent.keepaliverequest");
     EXPECT_EQ(record["commandData"].text, "keepAlive");
-    EXPECT_EQ(fieldsOf(record), (std::vector<std::pair<std::string, std::string>>{{"ns2:invalidate", "0"}}));
+    EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:invalidate", "0"}}));
     EXPECT_EQ(record["envelope"]["application"].text, kApplicationIdentifier);
     EXPECT_EQ(record["method"].text, "POST");
-}
-
-TEST(KeepAlive, EachCallPostsExactlyOneMessage) {
-    RefServer server;
-    useServer(server);
-    keepAlive(0);
-    keepAlive(0);
-    EXPECT_EQ(clientRequests(server).size(), 2u);
+    // Invalidate is written as one, for any nonzero byte.
+    for (unsigned char invalidate : {1, 7}) {
+        EXPECT_EQ(statusCodeOf(keepAlive(invalidate)), 0);
+        EXPECT_EQ(fieldsOf(lastClientRequest(server)), (Fields{{"ns2:invalidate", "1"}}));
+    }
+    EXPECT_EQ(clientRequests(server).size(), 3u);
     // Nothing else reaches the resource: no body-less post ahead of the message.
     EXPECT_EQ(emptyClientPosts(server), 0u) << server.requests();
 }
 
-TEST(KeepAlive, InvalidateIsWrittenAsOne) {
-    RefServer server;
-    useServer(server);
-    EXPECT_EQ(statusCodeOf(keepAlive(1)), 0);
-    EXPECT_EQ(fieldsOf(lastClientRequest(server)),
-              (std::vector<std::pair<std::string, std::string>>{{"ns2:invalidate", "1"}}));
-    // Any nonzero byte is "true".
-    EXPECT_EQ(statusCodeOf(keepAlive(7)), 0);
-    EXPECT_EQ(fieldsOf(lastClientRequest(server))[0].second, "1");
-}
-
-TEST(KeepAlive, PostsXmlToTheClientResourceWithBasicAuthentication) {
-    RefServer server;
+TEST_F(KeepAlive, PostsXmlToTheClientResourceWithBasicAuthentication) {
     // Blanks and trailing slashes of the typed URL give exactly one "/".
     setZelUrl((" " + server.url() + "/// ").c_str());
-    setZelUsername(server.user().c_str());
-    setZelPassword(server.password().c_str());
     keepAlive(0);
     Json record = lastClientRequest(server);
     EXPECT_EQ(record["path"].text, "/client");
-    bool sawType = false, sawAuth = false;
-    for (const Json &header : record["headers"].items) {
-        if (header[0].text == "Content-Type") {
-            EXPECT_EQ(header[1].text, "application/xml; charset=utf-8");
-            sawType = true;
-        }
-        if (header[0].text == "Authorization") {
-            EXPECT_EQ(header[1].text, "Basic ********");  // the server masks what it records
-            sawAuth = true;
-        }
-    }
-    EXPECT_TRUE(sawType);
-    EXPECT_TRUE(sawAuth);
+    std::map<std::string, std::string> headers;
+    for (const Json &header : record["headers"].items) headers[header[0].text] = header[1].text;
+    EXPECT_EQ(headers["Content-Type"], "application/xml; charset=utf-8");
+    EXPECT_EQ(headers["Authorization"], "Basic ********");  // the server masks what it records
 }
 
-TEST(KeepAlive, WrongPasswordGivesTheServersAuthenticationStatus) {
-    RefServer server;
-    useServer(server);
+TEST_F(KeepAlive, WrongPasswordGivesTheServersAuthenticationStatus) {
     setZelPassword("not-the-password");
     EXPECT_EQ(statusCodeOf(keepAlive(0)), 1400);
 }
 
-TEST(KeepAlive, LaterSettingsTakeEffectForLaterCalls) {
-    RefServer first;
+TEST_F(KeepAlive, LaterSettingsTakeEffectForLaterCalls) {
     RefServer second;
-    useServer(first);
     EXPECT_EQ(statusCodeOf(keepAlive(0)), 0);
     setZelUrl(second.url().c_str());
     EXPECT_EQ(statusCodeOf(keepAlive(0)), 0);
-    EXPECT_EQ(clientRequests(first).size(), 1u);
+    EXPECT_EQ(clientRequests(server).size(), 1u);
     EXPECT_EQ(clientRequests(second).size(), 1u);
 }
 
-TEST(KeepAliveFailure, NoServerUrlGivesStatus1999) {
+TEST_F(KeepAlive, FailedExchangesGiveStatus1999) {
+    for (const char *fault : {R"({"httpStatus": 500})", R"({"cutConnection": true})"}) {
+        server.setFault(fault);
+        EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure) << fault;
+    }
+    setZelUrl(closedUrl().c_str());  // refused connection
+    EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
     setZelUrl(nullptr);
     const char *reply = keepAlive(0);
     ASSERT_NE(reply, nullptr);
     EXPECT_EQ(statusCodeOf(reply), kFailure) << reply;
 }
 
-TEST(KeepAliveFailure, RefusedConnectionGivesStatus1999) {
-    setZelUrl(("http://127.0.0.1:" + std::to_string(closedPort())).c_str());
-    EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
-}
-
-TEST(KeepAliveFailure, Http500GivesStatus1999) {
-    RefServer server;
-    useServer(server);
-    server.setFault(R"({"httpStatus": 500})");
-    EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
-}
-
-TEST(KeepAliveFailure, CutConnectionGivesStatus1999) {
-    RefServer server;
-    useServer(server);
-    server.setFault(R"({"cutConnection": true})");
-    EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
-}
-
-TEST(KeepAliveFailure, MalformedReplyGivesAMessageWithoutAnyStatus) {
-    RefServer server;
-    useServer(server);
+TEST_F(KeepAlive, MalformedReplyGivesAMessageWithoutAnyStatus) {
     server.setFault(R"({"malformedXml": true})");
     std::string reply = keepAlive(0);
     // A reply that does not parse is not an error of the exchange: the
@@ -140,9 +102,8 @@ TEST(KeepAliveFailure, MalformedReplyGivesAMessageWithoutAnyStatus) {
 }
 
 TEST(KeepAliveFailure, FailureMessageCarriesTheFixedTextsAndTheReason) {
-    setZelUrl(("http://127.0.0.1:" + std::to_string(closedPort())).c_str());
-    auto request = VCCMessage::messageWithType("io.vork.agent.keepaliverequest");
-    auto reply = g_ZelInterface->submitRequest(request);
+    setZelUrl(closedUrl().c_str());
+    auto reply = g_ZelInterface->submitRequest(VCCMessage::messageWithType("io.vork.agent.keepaliverequest"));
     ASSERT_TRUE(reply->content());
     auto status = reply->content()->status();
     EXPECT_EQ(status->code(), kFailure);
@@ -152,10 +113,8 @@ TEST(KeepAliveFailure, FailureMessageCarriesTheFixedTextsAndTheReason) {
     EXPECT_NE(status->extendedMessage()->find("Connection failure"), std::string::npos) << *status->extendedMessage();
 }
 
-TEST(KeepAliveLog, PasswordNeverReachesTheLog) {
-    RefServer server;
+TEST_F(KeepAlive, PasswordNeverReachesTheLog) {
     RecordingLog log;
-    useServer(server);
     setZelPassword("s3cret-Pa55");
     keepAlive(0);
     EXPECT_FALSE(log.anyContains("s3cret-Pa55"));
@@ -174,22 +133,19 @@ TEST(KeepAliveTls, SelfSignedServerNeedsTheInvalidCertificateSwitch) {
     EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
 }
 
-TEST(ServerSettings, FirstSetterCreatesTheSessionOnceAndKeepsIt) {
+TEST(ServerSettings, SettersWriteTheOneSharedSession) {
     ASSERT_NE(g_ZelInterface, nullptr);  // made by the test environment
     ZelInterface *session = g_ZelInterface;
     setZelUrl("http://127.0.0.1:1/a");
     setZelUrl("http://127.0.0.1:1/b");
-    EXPECT_EQ(g_ZelInterface, session);
-    EXPECT_EQ(g_ZelInterface->zelConfig()->zelUrl(), "http://127.0.0.1:1/b");
-    EXPECT_EQ(g_ZelInterface->connectionTimeout(), 60);
-    EXPECT_EQ(g_ZelInterface->application(), kApplicationIdentifier);
-}
-
-TEST(ServerSettings, SettersWriteTheSharedConfiguration) {
     setZelUsername("agent-user");
     setZelPassword("pw");
     setAllowInvalidCertificate(1);
+    EXPECT_EQ(g_ZelInterface, session);
+    EXPECT_EQ(g_ZelInterface->connectionTimeout(), 60);
+    EXPECT_EQ(g_ZelInterface->application(), kApplicationIdentifier);
     auto config = g_ZelInterface->zelConfig();
+    EXPECT_EQ(config->zelUrl(), "http://127.0.0.1:1/b");
     EXPECT_EQ(config->zelUsername(), "agent-user");
     EXPECT_EQ(config->zelPassword(), "pw");
     EXPECT_TRUE(config->allowInvalidCertificate());
@@ -212,9 +168,7 @@ TEST(ServerSettings, ConcurrentFirstUseMakesOneSession) {
     for (auto &s : seen) EXPECT_EQ(s.load(), seen[0].load());
 }
 
-TEST(ServerSettings, CallsFromSeveralThreadsShareTheSession) {
-    RefServer server;
-    useServer(server);
+TEST_F(KeepAlive, CallsFromSeveralThreadsShareTheSession) {
     std::atomic<int> ok{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
@@ -229,15 +183,12 @@ TEST(ServerSettings, CallsFromSeveralThreadsShareTheSession) {
     EXPECT_EQ(clientRequests(server).size(), 12u);
 }
 
-TEST(Conveniences, RemoveInvalidXmlDataDropsForbiddenReferences) {
+TEST(Conveniences, RemoveInvalidXmlDataAndUrlNormalising) {
     EXPECT_STREQ(removeInvalidXmlData("a&#8;b"), "ab");
     EXPECT_STREQ(removeInvalidXmlData("a&#10;b"), "a&#10;b");
     EXPECT_STREQ(removeInvalidXmlData("&#1;&#2;&#9;"), "&#9;");
     EXPECT_EQ(removeInvalidXmlData(nullptr), nullptr);
     EXPECT_EQ(removeInvalidXmlData("\xc3\x28"), nullptr);
-}
-
-TEST(Conveniences, ZelUrlFromUserInputStillNormalises) {
     EXPECT_NE(zelURLFromUserInput("server"), nullptr);
     EXPECT_EQ(zelURLFromUserInput(nullptr), nullptr);
 }

@@ -29,25 +29,21 @@ void useServer(const RefServer &server) {
     setAllowInvalidCertificate(server.tls() ? 1 : 0);
 }
 
-std::vector<Json> clientRequests(const RefServer &server) {
+// Posts to /client, with or without a body.
+static std::vector<Json> clientPosts(const RefServer &server, bool withBody) {
     std::vector<Json> out;
-    Json all = Json::parse(server.requests());
-    for (const Json &record : all.items)
-        if (record["path"].text == "/client" && record["bodyLength"].number > 0) out.push_back(record);
+    for (const Json &record : Json::parse(server.requests()).items)
+        if (record["path"].text == "/client" && (record["bodyLength"].number > 0) == withBody) out.push_back(record);
     return out;
 }
+
+std::vector<Json> clientRequests(const RefServer &server) { return clientPosts(server, true); }
+size_t emptyClientPosts(const RefServer &server) { return clientPosts(server, false).size(); }
 
 Json lastClientRequest(const RefServer &server) {
     auto all = clientRequests(server);
     EXPECT_FALSE(all.empty()) << "the server saw no message";
     return all.empty() ? Json() : all.back();
-}
-
-size_t emptyClientPosts(const RefServer &server) {
-    size_t n = 0;
-    for (const Json &record : Json::parse(server.requests()).items)
-        if (record["path"].text == "/client" && record["bodyLength"].number == 0) ++n;
-    return n;
 }
 
 std::vector<std::pair<std::string, std::string>> fieldsOf(const Json &record) {
