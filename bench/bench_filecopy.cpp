@@ -24,18 +24,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-unsigned long long parseSize(const char *text) {
-    char *end = nullptr;
-    double value = std::strtod(text, &end);
-    switch (end && *end ? *end : ' ') {
-        case 'k': case 'K': value *= 1024; break;
-        case 'm': case 'M': value *= 1024 * 1024; break;
-        case 'g': case 'G': value *= 1024.0 * 1024 * 1024; break;
-        default: break;
-    }
-    return static_cast<unsigned long long>(value);
-}
-
 // A folder of `files` small files (100 B to 16 KiB) spread over three
 // levels of folders, about 20 files per folder.
 void makeTree(const fs::path &root, int files) {

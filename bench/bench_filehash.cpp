@@ -22,18 +22,6 @@ using namespace vork::bench;
 
 namespace {
 
-unsigned long long parseSize(const char *text) {
-    char *end = nullptr;
-    double value = std::strtod(text, &end);
-    switch (end && *end ? *end : ' ') {
-        case 'k': case 'K': value *= 1024; break;
-        case 'm': case 'M': value *= 1024 * 1024; break;
-        case 'g': case 'G': value *= 1024.0 * 1024 * 1024; break;
-        default: break;
-    }
-    return static_cast<unsigned long long>(value);
-}
-
 // First word of a command's output (the digest both tools print first).
 std::string firstWord(const std::string &command) {
     std::string out;

@@ -70,7 +70,7 @@ double best(double a, double b) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    const unsigned long long size = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : (1ULL << 30);
+    const unsigned long long size = argc > 1 ? parseSize(argv[1]) : (1ULL << 30);
     char pattern[] = "/tmp/bench_http.XXXXXX";
     const std::string work = ::mkdtemp(pattern);
     std::printf("bench_http: %llu bytes, work folder %s\n", size, work.c_str());

@@ -53,6 +53,18 @@ void printTable(const std::string &title, const std::vector<Row> &rows, const st
     std::fflush(stdout);
 }
 
+unsigned long long parseSize(const char *text) {
+    char *end = nullptr;
+    double value = std::strtod(text, &end);
+    switch (end && *end ? *end : ' ') {
+        case 'k': case 'K': value *= 1024; break;
+        case 'm': case 'M': value *= 1024 * 1024; break;
+        case 'g': case 'G': value *= 1024.0 * 1024 * 1024; break;
+        default: break;
+    }
+    return static_cast<unsigned long long>(value);
+}
+
 void makeFile(const std::string &path, unsigned long long bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     std::mt19937_64 rng(42);

@@ -29,6 +29,10 @@ struct Row {
 // the ratio is reference time over our time (above 1 means we are faster).
 void printTable(const std::string &title, const std::vector<Row> &rows, const std::string &unit = "s");
 
+// A size from the command line: a number with an optional k, m or g
+// (binary multiples), "1.5g" for example.
+unsigned long long parseSize(const char *text);
+
 // Makes a file of the given size filled with pseudo-random bytes.
 void makeFile(const std::string &path, unsigned long long bytes);
 
