@@ -4,12 +4,14 @@
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 #include <libxml/xpath.h>
+#include <libxml/xpathInternals.h>
 
 #include <climits>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <utility>
 
 namespace vork::xml {
 
@@ -70,6 +72,78 @@ XmlError copyError(const xmlError *error, const char *fallback) {
 
 // XPath errors are recorded in the context; nothing goes to stderr.
 void ignoreStructuredError(void *, xmlErrorPtr) {}
+
+// Creating an XPath context registers every XPath function into a fresh
+// hash table, which costs more than the short evaluations done here; each
+// thread keeps one spare context instead. A lease takes the spare (or a new
+// context when it is already out, e.g. a nested evaluation), points it at
+// one node and on release wipes everything an evaluation may leave behind,
+// so no context keeps a pointer into a document after the evaluation.
+class XPathLease {
+  public:
+    explicit XPathLease(xmlNodePtr node) {
+        Spare &spare = threadSpare();
+        context_ = spare.context ? std::exchange(spare.context, nullptr) : xmlXPathNewContext(nullptr);
+        if (!context_) return;
+        clear(context_);
+        context_->doc = node->doc;
+        context_->node = node;
+        context_->error = &ignoreStructuredError;
+    }
+    ~XPathLease() {
+        if (!context_) return;
+        clear(context_);
+        Spare &spare = threadSpare();
+        if (!spare.context && !spare.gone) spare.context = context_;
+        else xmlXPathFreeContext(context_);
+    }
+    XPathLease(const XPathLease &) = delete;
+    XPathLease &operator=(const XPathLease &) = delete;
+
+    xmlXPathContextPtr get() const { return context_; }
+
+  private:
+    struct Spare {
+        xmlXPathContextPtr context = nullptr;
+        bool gone = false;
+        ~Spare() {
+            gone = true;
+            if (context) xmlXPathFreeContext(context);
+            context = nullptr;
+        }
+    };
+    static Spare &threadSpare() {
+        thread_local Spare spare;
+        return spare;
+    }
+    // Back to the state of a new context: no document or node, no
+    // registered namespaces or variables, no error, no walk in progress.
+    static void clear(xmlXPathContextPtr context) {
+        context->doc = nullptr;
+        context->node = nullptr;
+        context->here = nullptr;
+        context->origin = nullptr;
+        context->debugNode = nullptr;
+        context->namespaces = nullptr;
+        context->nsNr = 0;
+        if (context->nsHash) xmlXPathRegisteredNsCleanup(context);
+        if (context->varHash) xmlXPathRegisteredVariablesCleanup(context);
+        if (context->tmpNsList) xmlFree(context->tmpNsList);
+        context->tmpNsList = nullptr;
+        context->tmpNsNr = 0;
+        context->contextSize = -1;
+        context->proximityPosition = -1;
+        context->function = nullptr;
+        context->functionURI = nullptr;
+        context->userData = nullptr;
+        context->error = nullptr;
+        context->opCount = 0;
+        context->depth = 0;
+        xmlResetError(&context->lastError);
+    }
+
+    xmlXPathContextPtr context_ = nullptr;
+};
 
 bool isElementLike(const xmlNode *node) {
     return node && (node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE ||
@@ -291,10 +365,9 @@ std::vector<XmlNode> XmlNode::evaluate(const std::string &expression, std::optio
     std::vector<XmlNode> hits;
     if (!node_) return hits;
     initLibxml();
-    xmlXPathContextPtr context = xmlXPathNewContext(node_->doc);
+    XPathLease lease(node_);
+    xmlXPathContextPtr context = lease.get();
     if (!context) return hits;
-    context->node = node_;
-    context->error = &ignoreStructuredError;
     xmlXPathObjectPtr result = xmlXPathEvalExpression(X(expression), context);
     if (!result) {
         if (error) *error = copyError(&context->lastError, "Invalid XPath expression");
@@ -310,7 +383,6 @@ std::vector<XmlNode> XmlNode::evaluate(const std::string &expression, std::optio
         }
     }
     if (result) xmlXPathFreeObject(result);
-    xmlXPathFreeContext(context);
     return hits;
 }
 
