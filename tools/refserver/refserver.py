@@ -391,16 +391,8 @@ class Handler(BaseHTTPRequestHandler):
         if record["contentErrors"]:
             self.server.note("request content refused: " + "; ".join(record["contentErrors"]))
 
-        if faults.cutConnection:
-            record["httpStatus"] = None
-            self.server.state.add_record(record)
-            self._cut()
-        if faults.delaySeconds > 0:
-            time.sleep(faults.delaySeconds)
-        if faults.httpStatus:
-            record["httpStatus"] = faults.httpStatus
-            self.server.state.add_record(record)
-            return self._send(faults.httpStatus, f"HTTP {faults.httpStatus} (fault)\n".encode())
+        if self._transport_faults(faults, record):
+            return
 
         http_status, replies = self._answer(parsed, record, faults)
         reply = vorkproto.build_reply(parsed.device, parsed.application, replies,
@@ -415,6 +407,22 @@ class Handler(BaseHTTPRequestHandler):
         self.server.state.add_record(record)
         headers = [("WWW-Authenticate", 'Basic realm="VORK"')] if http_status == 401 else []
         self._send(http_status, reply, "application/xml; charset=utf-8", headers)
+
+    def _transport_faults(self, faults, record):
+        """Cuts, delays or answers with an HTTP error status as the faults
+        say; True when the request has been answered that way."""
+        if faults.cutConnection:
+            record["httpStatus"] = None
+            self.server.state.add_record(record)
+            self._cut()
+        if faults.delaySeconds > 0:
+            time.sleep(faults.delaySeconds)
+        if faults.httpStatus:
+            record["httpStatus"] = faults.httpStatus
+            self.server.state.add_record(record)
+            self._send(faults.httpStatus, f"HTTP {faults.httpStatus} (fault)\n".encode())
+            return True
+        return False
 
     def _answer(self, parsed, record, faults):
         """HTTP status and one reply content per request content."""
@@ -474,15 +482,8 @@ class Handler(BaseHTTPRequestHandler):
 
         faults = self.server.state.take_faults(path)
         record["faults"] = faults.active()
-        if faults.cutConnection:
-            self.server.state.add_record(record)
-            self._cut()
-        if faults.delaySeconds > 0:
-            time.sleep(faults.delaySeconds)
-        if faults.httpStatus:
-            record["httpStatus"] = faults.httpStatus
-            self.server.state.add_record(record)
-            return self._send(faults.httpStatus, f"HTTP {faults.httpStatus} (fault)\n".encode())
+        if self._transport_faults(faults, record):
+            return
 
         size = os.path.getsize(target)
         rng = _parse_range(self.headers.get("Range"), size)
