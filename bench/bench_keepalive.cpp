@@ -6,9 +6,6 @@
 //  - keepAlive() calls per second over the reused connection.
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <curl/curl.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,6 +20,9 @@
 #include <vector>
 
 #include "support/BenchSupport.h"
+// The reference server launcher the tests use.
+#include "../tests/support/RefServer.cpp"
+#include "../tests/support/TempDir.cpp"
 #include "message/Constants.h"
 #include "util/Base64.h"
 #include "zel/ZelCalls.h"
@@ -34,50 +34,6 @@ namespace {
 
 constexpr const char *kUser = "agent";
 constexpr const char *kPassword = "bench-password";
-
-struct Server {
-    pid_t pid = -1;
-    std::string port;
-    fs::path dir;
-
-    bool start() {
-        char pattern[] = "/tmp/bench-keepalive-XXXXXX";
-        if (!::mkdtemp(pattern)) return false;
-        dir = pattern;
-        std::ofstream(dir / "pw") << kPassword << "\n";
-        std::string script = std::string(VORK_SOURCE_DIR) + "/tools/refserver/refserver.py";
-        std::string portFile = (dir / "port").string(), pwFile = (dir / "pw").string();
-        pid = ::fork();
-        if (pid == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-            std::freopen("/dev/null", "w", stdout);
-            std::freopen("/dev/null", "w", stderr);
-            std::vector<std::string> args = {"python3", script, "--port", "0", "--port-file", portFile,
-                                             "--user", kUser, "--password-file", pwFile};
-            std::vector<char *> argv;
-            for (auto &a : args) argv.push_back(a.data());
-            argv.push_back(nullptr);
-            if (::access("/usr/bin/python3", X_OK) == 0) ::execv("/usr/bin/python3", argv.data());
-            ::execvp("python3", argv.data());
-            ::_exit(127);
-        }
-        for (int i = 0; i < 400; ++i) {
-            std::ifstream in(portFile);
-            std::getline(in, port);
-            if (!port.empty()) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return false;
-    }
-    ~Server() {
-        if (pid > 0) {
-            ::kill(pid, SIGTERM);
-            ::waitpid(pid, nullptr, 0);
-        }
-        std::error_code ec;
-        if (!dir.empty()) fs::remove_all(dir, ec);
-    }
-};
 
 size_t collect(char *data, size_t size, size_t count, void *out) {
     static_cast<std::string *>(out)->append(data, size * count);
@@ -92,12 +48,14 @@ double median(std::vector<double> v) {
 }  // namespace
 
 int main() {
-    Server server;
-    if (!server.start()) {
-        std::fprintf(stderr, "bench_keepalive: the reference server did not start\n");
+    std::unique_ptr<vork::test::RefServer> server;
+    try {
+        server = std::make_unique<vork::test::RefServer>(vork::test::RefServerOptions{false, kUser, kPassword, {}});
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "bench_keepalive: %s\n", e.what());
         return 1;
     }
-    const std::string base = "http://127.0.0.1:" + server.port;
+    const std::string base = server->url();
     setZelUrl(base.c_str());
     setZelUsername(kUser);
     setZelPassword(kPassword);
