@@ -12,6 +12,12 @@ case "$flavour" in
                  -DVORK_BUILD_TOOLS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
   *) echo "unknown flavour $flavour" >&2; exit 2 ;;
 esac
+# A compiler cache, when the machine has one, shared by every checkout of the
+# project (paths are taken relative to the checkout).
+if command -v ccache >/dev/null 2>&1; then
+  export CCACHE_BASEDIR="$PWD"
+  args+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 dir="build/$flavour"
 cmake -S . -B "$dir" -G Ninja "${args[@]}" >/dev/null
 ninja -C "$dir" -j"$(nproc)" "$@"
