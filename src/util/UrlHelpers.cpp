@@ -146,6 +146,9 @@ std::string urlEncodedString(std::string_view text) {
 
 std::optional<std::string> urlDecodeString(std::string_view text) {
     if (text.size() > static_cast<size_t>(INT_MAX)) return std::nullopt;
+    // libcurl measures a zero length with strlen, which an empty view may
+    // not allow (its data can be null).
+    if (text.empty()) return std::string();
     int length = 0;
     char *decoded = curl_easy_unescape(nullptr, text.data(), static_cast<int>(text.size()), &length);
     if (!decoded) return std::nullopt;

@@ -42,6 +42,8 @@ TEST(UrlDecodeString, DecodesEscapesAndRefusesInvalidUtf8) {
     EXPECT_EQ(urlDecodeString(urlEncodedString(text)), text);
     EXPECT_EQ(urlDecodeString(encodeForURIParam(text)), text);
     EXPECT_EQ(urlDecodeString(percentEncodeFormData(text)), text);
+    // An empty view without storage (data() is null) decodes like "".
+    EXPECT_EQ(urlDecodeString(std::string_view()), "");
 }
 
 TEST(PercentEncodeFormData, EscapesItsTableAndPassesEverythingElse) {

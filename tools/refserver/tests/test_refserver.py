@@ -19,7 +19,7 @@ import time
 import unittest
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parents[2]
+ROOT = Path(__file__).resolve().parents[3]
 SERVER_DIR = ROOT / "tools" / "refserver"
 SERVER = SERVER_DIR / "refserver.py"
 sys.path.insert(0, str(SERVER_DIR))
