@@ -494,6 +494,29 @@ TEST_F(HttpRequestTest, ChallengeThatFailedBeforeIsCancelledAndAnsweredOnceMore)
     }
 }
 
+TEST_F(HttpRequestTest, CredentialGivenForAChallengeIsSentInANewAttempt) {
+    // A request without credentials of its own whose delegate side answers
+    // the challenge with one: the exchange starts again carrying it.
+    struct Answering : VORKHTTPRequest {
+        using VORKHTTPRequest::VORKHTTPRequest;
+        int asked = 0;
+        bool connectionCanAuthenticateAgainstProtectionSpace(AuthenticationMethod) override { return true; }
+        void connectionDidReceiveAuthenticationChallenge(const AuthenticationChallenge &,
+                                                         ChallengeSender &sender) override {
+            ++asked;
+            sender.useCredential(URLCredential::withUser("agent", "secret"));
+        }
+    };
+    const std::string expected = "Basic " + util::base64EncodedString("agent:secret");
+    FaultServer server([&](const FaultRequest &r) {
+        if (r.header("authorization") == expected) return FaultReply{200, "", {}, "<ok/>"};
+        return FaultReply{401, "", {{"WWW-Authenticate", "Basic realm=\"vork\""}}, "denied"};
+    });
+    Answering request(server.url("/protected"));
+    EXPECT_EQ(request.submitRequest()->responseText(), "<ok/>");
+    EXPECT_EQ(request.asked, 1);
+}
+
 TEST_F(HttpRequestTest, ChallengeNotFailedBeforeIsAnsweredOnceWithTheCredentials) {
     AuthenticationChallenge challenge;
     challenge.method = AuthenticationMethod::HTTPDigest;
