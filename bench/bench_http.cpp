@@ -1,12 +1,16 @@
 // HTTP transfers against curl, in one run, on loopback nginx (started and
 // stopped here): downloads through the transfer C functions polled as fast
 // as they allow and with 250 ms sleeps, uploads from a file, over HTTP and
-// HTTPS; peak memory above idle; and the latency of a synchronous 1 KiB XML
+// HTTPS; a 2 MiB upload to a server that never answers "100 Continue";
+// peak memory above idle; and the latency of a synchronous 1 KiB XML
 // POST against a plain libcurl request in this process.
 //
 //   bench_http [bytes]      (default 1 GiB)
 #include <VORKCoreCommC/VORKCoreCommC.h>
+#include <arpa/inet.h>
 #include <curl/curl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,6 +64,61 @@ Measured runTransfer(const std::function<void()> &init, int sleepMs) {
     m.peakAboveIdleMiB = (peakRssKiB() - idle) / 1024.0;
     return m;
 }
+
+// A loopback server that, like many, never answers "100 Continue": it reads
+// each request's headers and body and answers 200. Serves until stopped.
+class NoContinueServer {
+public:
+    NoContinueServer() {
+        fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t len = sizeof a;
+        ::bind(fd_, reinterpret_cast<sockaddr *>(&a), sizeof a);
+        ::listen(fd_, 8);
+        ::getsockname(fd_, reinterpret_cast<sockaddr *>(&a), &len);
+        port_ = ntohs(a.sin_port);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~NoContinueServer() {
+        ::shutdown(fd_, SHUT_RDWR);
+        ::close(fd_);
+        thread_.join();
+    }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/upload"; }
+
+private:
+    void serve() {
+        for (int c; (c = ::accept(fd_, nullptr, nullptr)) >= 0; ::close(c)) {
+            std::string head;
+            char buffer[65536];
+            for (;;) {
+                while (head.find("\r\n\r\n") == std::string::npos) {
+                    ssize_t n = ::read(c, buffer, sizeof buffer);
+                    if (n <= 0) goto next;
+                    head.append(buffer, n);
+                }
+                const size_t end = head.find("\r\n\r\n") + 4;
+                const size_t at = head.find("ontent-Length: ");
+                long long left = (at == std::string::npos ? 0 : std::atoll(head.c_str() + at + 15)) -
+                                 static_cast<long long>(head.size() - end);
+                while (left > 0) {
+                    ssize_t n = ::read(c, buffer, std::min<long long>(left, sizeof buffer));
+                    if (n <= 0) goto next;
+                    left -= n;
+                }
+                head.clear();
+                const char reply[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n<ok/>";
+                if (::write(c, reply, sizeof reply - 1) < 0) break;
+            }
+        next:;
+        }
+    }
+    int fd_ = -1;
+    int port_ = 0;
+    std::thread thread_;
+};
 
 double best(double a, double b) {
     if (a < 0) return b;
@@ -126,6 +185,22 @@ int main(int argc, char **argv) {
             memory.push_back({scheme + " upload, MiB above idle", mib(up1, up2), 64, "64 MiB", 1.0});
         }
         fs::remove(out);
+
+        // A 2 MiB upload to a server that never answers "100 Continue": a
+        // client that sends "Expect: 100-continue" waits a second first.
+        {
+            NoContinueServer server;
+            const std::string small = work + "/upload-2m.bin";
+            makeFile(small, 2u << 20);
+            const std::string target = server.url();
+            auto curlRun = [&] { return timeCommand("curl -s -f -o /dev/null -X POST -T '" + small + "' '" + target + "'"); };
+            auto oursRun = [&] {
+                return runTransfer([&] { httpTransferInit(target.c_str(), false, nullptr, nullptr, nullptr, small.c_str()); }, 0);
+            };
+            const double curlUp = best(curlRun(), curlRun());
+            const Measured a = oursRun(), b = oursRun();
+            rows.push_back({"2 MiB upload, server without 100 Continue", best(a.seconds, b.seconds), curlUp, "curl", 1.0});
+        }
 
         // Latency of one synchronous 1 KiB XML POST. The three ways take
         // turns in short rounds, so load from other processes on the machine

@@ -32,7 +32,12 @@ VORK_API double g_RetryDelayMinSeconds;
 /* Delay in seconds before the last retry (initially 120.0). */
 VORK_API double g_RetryDelayMaxSeconds;
 
-/* Stores the three retry settings for later transfers; a transfer that exists gets maxRetries, and minSeconds as both of its delay bounds. */
+/*
+ * Stores the three retry settings for later transfers; a transfer that exists gets maxRetries, and minSeconds as both
+ * of its delay bounds. A delay that is not finite or is negative is replaced by its default (5.0 for the minimum,
+ * 120.0 for the maximum) and one above 86400 seconds is capped there; the values stored are the values used. Every
+ * wait before a retry lies between 0.05 and 86400 seconds, also when the variables above are written directly.
+ */
 VORK_API void httpTransferRetrySettings(int maxRetries, double minSeconds, double maxSeconds);
 
 /* Replaces the current transfer with a new one for url; username, password, postData (sent as XML), postFilePath (streamed body) and downloadFilePath may each be NULL. No result. */
@@ -41,7 +46,12 @@ VORK_API void httpTransferInitDownload(const char *url, bool allowInvalidCert, c
 /* httpTransferInitDownload without a download file. */
 VORK_API void httpTransferInit(const char *url, bool allowInvalidCert, const char *username, const char *password, const char *postData, const char *postFilePath);
 
-/* Sets a request header of the current transfer (replacing one of the same name); false when there is no transfer. */
+/*
+ * Sets a request header of the current transfer (replacing one of the same name); true when set. False when there is
+ * no transfer, when either text is NULL or not UTF-8, or when the header could split the request's header block: a CR
+ * or LF anywhere in the name or value, or a name that is empty or holds ':', a space or a tab. A refused header is
+ * never sent.
+ */
 VORK_API bool httpTransferAddHeader(const char *headerName, const char *headerValue);
 
 /* Runs the current transfer synchronously once (no retries). Answers the response body, "" when there is none, the failure text when it failed, NULL when the body is not UTF-8. */

@@ -2,12 +2,11 @@
 // polled and released by the agent from one thread.
 #include "VORKCoreCommC/filecopy.h"
 
-#include <utility>
-
-#include "VORKCoreCommC/basics.h"
 #include "base/CommCLog.h"
 #include "base/Format.h"
+#include "base/ProcessWide.h"
 #include "capi/Guard.h"
+#include "capi/PumpRunLoop.h"
 #include "capi/ReturnedText.h"
 #include "transfers/FileCopy.h"
 
@@ -19,14 +18,13 @@ namespace {
 
 const char *shown(const std::optional<std::string> &text) { return text ? text->c_str() : "(null)"; }
 
-void releaseFileCopy() { delete std::exchange(g_FileCopy, nullptr); }
+auto &copies() { return processWide<FileCopy, g_FileCopy>(); }
 
 }  // namespace
 
 bool hasEnoughSpaceForFileInDestination(const char *sourcePath, const char *destinationPath) {
     return capi::guarded<bool>(false, [&] {
-        if (!g_FileCopy) g_FileCopy = new FileCopy();
-        return g_FileCopy->hasEnoughSpaceToCopyFrom(capi::argument(sourcePath), capi::argument(destinationPath));
+        return copies().getOrMake()->hasEnoughSpaceToCopyFrom(capi::argument(sourcePath), capi::argument(destinationPath));
     });
 }
 
@@ -36,15 +34,18 @@ const char *fileCopyStart(const char *sourcePath, const char *destinationFolder)
         [&] {
             source = capi::argument(sourcePath);
             destination = capi::argument(destinationFolder);
-            releaseFileCopy();
-            g_FileCopy = new FileCopy();
+            copies().release();
+            FileCopy &copy = copies().make();
             logDebugf("fileCopyStart %s to %s", shown(source), shown(destination));
-            const bool started = g_FileCopy->startCopyFrom(source, destination);
+            const bool started = copy.startCopyFrom(source, destination);
             logDebugf("fileCopyStart (src=%s, dst=%s) %s: %s", shown(source), shown(destination),
-                      started ? "succeeded" : "failed", g_FileCopy->errorMessage().c_str());
-            if (!g_FileCopy->isCompleted()) processRunLoop();
+                      started ? "succeeded" : "failed", copy.errorMessage().c_str());
+            // The copy reports through this thread's loop, which may also
+            // release it: keep it alive until the answer is made.
+            auto held = copies().shared();
+            if (!copy.isCompleted()) capi::pumpRunLoopOnce();
             if (started) return capi::emptyText();
-            return g_FileCopy ? capi::returnText(std::string_view(g_FileCopy->errorMessage())) : capi::emptyText();
+            return capi::returnText(std::string_view(copy.errorMessage()));
         },
         [&](const std::string &description) {
             logDebugf("fileCopyStart (src=%s, dst=%s) failed: %s", shown(source), shown(destination),
@@ -55,23 +56,25 @@ const char *fileCopyStart(const char *sourcePath, const char *destinationFolder)
 
 double fileCopyProgress(void) {
     return capi::guarded<double>(-1.0, [] {
-        if (!g_FileCopy) return -1.0;
-        if (!g_FileCopy->isCompleted()) processRunLoop();
-        if (!g_FileCopy) return -1.0;
-        if (g_FileCopy->isCompleted()) return 100.0;
-        logDebugf("fileCopyProgress=%lf", g_FileCopy->percentCompleted());
-        return g_FileCopy->percentCompleted();
+        if (!copies()) return -1.0;
+        if (!copies().get()->isCompleted()) capi::pumpRunLoopOnce();
+        FileCopy *copy = copies().get();
+        if (!copy) return -1.0;
+        if (copy->isCompleted()) return 100.0;
+        logDebugf("fileCopyProgress=%lf", copy->percentCompleted());
+        return copy->percentCompleted();
     });
 }
 
 bool fileCopyIsComplete(void) {
     return capi::guarded<bool>(false, [] {
-        if (!g_FileCopy) return true;
-        if (!g_FileCopy->isCompleted()) processRunLoop();
-        if (!g_FileCopy) return true;
-        logDebugf("isCompleted=%s", yesNo(g_FileCopy->isCompleted()));
-        return g_FileCopy->isCompleted();
+        if (!copies()) return true;
+        if (!copies().get()->isCompleted()) capi::pumpRunLoopOnce();
+        FileCopy *copy = copies().get();
+        if (!copy) return true;
+        logDebugf("isCompleted=%s", yesNo(copy->isCompleted()));
+        return copy->isCompleted();
     });
 }
 
-void fileCopyRelease(void) { capi::guardedVoid([] { releaseFileCopy(); }); }
+void fileCopyRelease(void) { capi::guardedVoid([] { copies().release(); }); }

@@ -2,10 +2,9 @@
 // background hasher in g_FileHashInBackground.
 #include "VORKCoreCommC/filehash.h"
 
-#include <utility>
-
 #include "base/CommCLog.h"
 #include "base/Format.h"
+#include "base/ProcessWide.h"
 #include "capi/Guard.h"
 #include "capi/ReturnedText.h"
 #include "transfers/FileHashInBackground.h"
@@ -19,10 +18,9 @@ namespace {
 
 const char *shownPath(const char *path) { return path ? path : "(null)"; }
 
-FileHashInBackground &hasher() {
-    if (!g_FileHashInBackground) g_FileHashInBackground = new FileHashInBackground();
-    return *g_FileHashInBackground;
-}
+auto &hashers() { return processWide<FileHashInBackground, g_FileHashInBackground>(); }
+
+FileHashInBackground &hasher() { return *hashers().getOrMake(); }
 
 // The synchronous digests: "" when hashing fails; an exception is logged and
 // its description (or the fixed failure text) answered.
@@ -73,7 +71,8 @@ void fileHashSHA512Start(const char *filePath) {
 
 bool fileHashIsComplete(void) {
     return capi::guarded<bool>(false, [] {
-        const bool done = g_FileHashInBackground && g_FileHashInBackground->done();
+        auto current = hashers().shared();
+        const bool done = current && current->done();
         logDebugf("fileHashIsComplete=%s", yesNo(done));
         return done;
     });
@@ -82,7 +81,7 @@ bool fileHashIsComplete(void) {
 const char *fileHashResult(void) {
     return capi::guarded<const char *>(nullptr, [] {
         std::optional<std::string> value;
-        if (g_FileHashInBackground) value = g_FileHashInBackground->hashValue();
+        if (auto current = hashers().shared()) value = current->hashValue();
         // The label is the one this line has always carried.
         logDebugf("fileHashIsComplete=%s", value ? value->c_str() : "(null)");
         return capi::returnText(value);
@@ -92,7 +91,7 @@ const char *fileHashResult(void) {
 void fileHashRelease(void) {
     capi::guardedVoid([] {
         logDebugf("fileHashRelease");
-        delete std::exchange(g_FileHashInBackground, nullptr);
+        hashers().release();
     });
 }
 

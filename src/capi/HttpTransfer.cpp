@@ -6,9 +6,10 @@
 
 #include "base/CommCLog.h"
 #include "base/Format.h"
+#include "base/ProcessWide.h"
 #include "capi/Guard.h"
+#include "capi/PumpRunLoop.h"
 #include "capi/ReturnedText.h"
-#include "runloop/RunLoop.h"
 #include "transfers/HttpTransfer.h"
 #include "util/UrlHelpers.h"
 #include "util/Utf8.h"
@@ -22,20 +23,15 @@ double g_RetryDelayMaxSeconds = 120.0;
 
 namespace {
 
-// The object g_HttpTransfer points to.
-std::unique_ptr<HttpTransfer> &owner() {
-    static std::unique_ptr<HttpTransfer> transfer;
-    return transfer;
+auto &transfers() { return processWide<HttpTransfer, g_HttpTransfer>(); }
+
+HttpTransfer *current() { return transfers().get(); }
+
+// Pumps once, keeping the transfer alive while its reports run.
+void pumpOnce() {
+    auto held = transfers().shared();
+    capi::pumpRunLoopOnce();
 }
-
-HttpTransfer *current() { return static_cast<HttpTransfer *>(g_HttpTransfer); }
-
-void releaseTransfer() {
-    g_HttpTransfer = nullptr;
-    owner().reset();
-}
-
-void pumpOnce() { RunLoop::current()->runOnce(RunLoop::Seconds(0.1)); }
 
 const char *orNull(const std::optional<std::string> &text) { return text ? text->c_str() : "(null)"; }
 
@@ -49,6 +45,8 @@ std::optional<std::string> bodyText(const std::shared_ptr<const std::string> &da
 
 void httpTransferRetrySettings(int maxRetries, double minSeconds, double maxSeconds) {
     capi::guardedVoid([&] {
+        minSeconds = HttpTransfer::acceptableRetryDelay(minSeconds, kHttpTransferRetryDelayMin);
+        maxSeconds = HttpTransfer::acceptableRetryDelay(maxSeconds, kHttpTransferRetryDelayMax);
         g_MaxRetries = maxRetries;
         g_RetryDelayMinSeconds = minSeconds;
         g_RetryDelayMaxSeconds = maxSeconds;
@@ -64,10 +62,8 @@ void httpTransferRetrySettings(int maxRetries, double minSeconds, double maxSeco
 void httpTransferInitDownload(const char *url, bool allowInvalidCert, const char *username, const char *password,
                               const char *postData, const char *postFilePath, const char *downloadFilePath) {
     capi::guardedVoid([&] {
-        releaseTransfer();
-        owner() = std::make_unique<HttpTransfer>();
-        HttpTransfer &transfer = *owner();
-        g_HttpTransfer = &transfer;
+        transfers().release();
+        HttpTransfer &transfer = transfers().make();
         transfer.setMaxRetries(g_MaxRetries);
         transfer.setRetryDelayMinSeconds(g_RetryDelayMinSeconds);
         transfer.setRetryDelayMaxSeconds(g_RetryDelayMaxSeconds);
@@ -104,7 +100,7 @@ bool httpTransferAddHeader(const char *headerName, const char *headerValue) {
         const auto name = capi::argument(headerName);
         const auto value = capi::argument(headerValue);
         logDebugf("httpTransferAddHeader: headerName=%s, headerValue=%s", orNull(name), orNull(value));
-        if (!name || !value) return false;
+        if (!name || !value || !VORKHTTPRequest::isAcceptableHeader(*name, *value)) return false;
         transfer->setHeaderValue(*value, *name);
         return true;
     });
@@ -114,7 +110,7 @@ const char *httpSubmitRequest(void) {
     return capi::guardedOr<const char *>(
         [] {
             logDebugf("httpSubmitRequest started");
-            HttpTransfer *transfer = current();
+            auto transfer = transfers().shared();
             if (!transfer) return capi::emptyText();
             auto response = transfer->submitSynchronousRequest();
             auto data = response ? response->responseData() : nullptr;
@@ -130,7 +126,7 @@ const char *httpTransferStart(void) {
     return capi::guardedOr<const char *>(
         [] {
             logDebugf("httpTransferStart");
-            if (HttpTransfer *transfer = current()) transfer->start();
+            if (auto transfer = transfers().shared()) transfer->start();
             pumpOnce();
             return capi::emptyText();
         },
@@ -230,4 +226,4 @@ const char *httpTransferError(void) {
     });
 }
 
-void httpTransferRelease(void) { capi::guardedVoid([] { releaseTransfer(); }); }
+void httpTransferRelease(void) { capi::guardedVoid([] { transfers().release(); }); }

@@ -3,9 +3,9 @@
 #include "VORKCoreCommC/basics.h"
 
 #include "capi/Guard.h"
+#include "capi/PumpRunLoop.h"
 #include "capi/ReturnedText.h"
 #include "platform/HostAddresses.h"
-#include "runloop/RunLoop.h"
 #include "util/IpAddress.h"
 
 using namespace vork;
@@ -19,7 +19,7 @@ unsigned long VORKReleaseScopeHeldCount(void) {
 }
 
 void processRunLoop() {
-    capi::guardedVoid([] { RunLoop::current()->runOnce(RunLoop::Seconds(0.1)); });
+    capi::guardedVoid([] { capi::pumpRunLoopOnce(); });
 }
 
 const char *currentIpAddress(void) {

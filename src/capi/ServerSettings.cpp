@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "base/CommCLog.h"
+#include "base/ProcessWide.h"
 #include "capi/Guard.h"
 #include "capi/ReturnedText.h"
 #include "capi/ServerCall.h"
@@ -20,19 +21,16 @@ using namespace vork;
 vork::ZelInterface *g_ZelInterface = nullptr;
 
 namespace {
-// Owns the process's server session; never released, so g_ZelInterface
-// stays valid for the life of the process.
-std::shared_ptr<ZelInterface> *g_sessionOwner = nullptr;
-std::once_flag g_sessionOnce;
+// The process's server session, made on first use and never released, so
+// g_ZelInterface stays valid for the life of the process.
+auto &sessions() { return processWide<ZelInterface, g_ZelInterface>(); }
+std::once_flag g_defaultLogOnce;
 }  // namespace
 
 void verifyZelInterface() {
     capi::guardedVoid([] {
-        std::call_once(g_sessionOnce, [] {
-            g_sessionOwner = new std::shared_ptr<ZelInterface>(std::make_shared<ZelInterface>());
-            g_ZelInterface = g_sessionOwner->get();
-            CommCLog::setDefaultLog(std::make_shared<CommCLog>());
-        });
+        sessions().getOrMake();
+        std::call_once(g_defaultLogOnce, [] { CommCLog::setDefaultLog(std::make_shared<CommCLog>()); });
     });
 }
 
@@ -40,8 +38,9 @@ namespace vork::capi {
 
 std::shared_ptr<ZelInterface> sharedZelInterface() {
     verifyZelInterface();
-    if (!g_sessionOwner) throw Exception("ZEL Communication Exception", "The server session could not be created");
-    return *g_sessionOwner;
+    auto session = sessions().shared();
+    if (!session) throw Exception("ZEL Communication Exception", "The server session could not be created");
+    return session;
 }
 
 }  // namespace vork::capi

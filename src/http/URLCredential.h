@@ -13,9 +13,23 @@ struct ClientIdentity {
 };
 
 struct URLCredential {
+    // Made from the server's trust object: accept the server.
+    bool serverTrust = false;
     std::optional<std::string> user;
     std::optional<std::string> password;
     std::optional<ClientIdentity> identity;
+
+    static URLCredential forTrust() {
+        URLCredential c;
+        c.serverTrust = true;
+        return c;
+    }
+    static URLCredential withUser(std::optional<std::string> user, std::optional<std::string> password) {
+        URLCredential c;
+        c.user = std::move(user);
+        c.password = std::move(password);
+        return c;
+    }
 
     static URLCredential withIdentity(ClientIdentity identity) {
         URLCredential c;

@@ -78,14 +78,24 @@ void VORKHTTPRequest::setPostFilePath(const std::string &path) {
     addHeaderValue(stringf("%llu", static_cast<unsigned long long>(size)), "Content-Length");
 }
 
-void VORKHTTPRequest::addHeaderValue(const std::string &value, const std::string &name) {
+bool VORKHTTPRequest::isAcceptableHeader(std::string_view name, std::string_view value) {
+    return !name.empty() && name.find_first_of(":\r\n \t") == std::string_view::npos &&
+           value.find_first_of("\r\n") == std::string_view::npos;
+}
+
+bool VORKHTTPRequest::addHeaderValue(const std::string &value, const std::string &name) {
+    if (!isAcceptableHeader(name, value)) {
+        logDebugf("VORKHTTPRequest addHeaderValue refused a header with a line break or a bad name");
+        return false;
+    }
     for (auto &header : urlRequest_.headers) {
         if (sameHeaderName(header.first, name)) {
             header.second = value;
-            return;
+            return true;
         }
     }
     urlRequest_.headers.emplace_back(name, value);
+    return true;
 }
 
 std::map<std::string, std::string> VORKHTTPRequest::headerValues() const {
@@ -149,7 +159,8 @@ void VORKHTTPRequest::initializeConnection() {
     }
     request.outputFile = fileHandle_;
     request.resumeOffset = resumeFromLocation_;
-    connection_ = http::Connection::start(std::move(request), this, synchronous_);
+    connection_ = http::transport().get()->start(
+        std::move(request), *this, synchronous_ ? http::Submission::Synchronous : http::Submission::Asynchronous);
 }
 
 void VORKHTTPRequest::initializeOutputFile() {
@@ -226,6 +237,32 @@ bool VORKHTTPRequest::canAuthenticateAgainstProtectionSpace(AuthenticationMethod
 std::optional<URLCredential> VORKHTTPRequest::credentialForCertFile() {
     if (!nonEmpty(zelAddressForCredential_) || !notifyObject_) return std::nullopt;
     return notifyObject_->credentialNeededForServerRequest(*this, *zelAddressForCredential_);
+}
+
+void VORKHTTPRequest::connectionDidReceiveAuthenticationChallenge(const AuthenticationChallenge &challenge,
+                                                                   ChallengeSender &sender) {
+    // Cancelled, and then answered again below: the double answer is kept.
+    if (challenge.previousFailureCount > 0 && challenge.proposedCredential) sender.cancel();
+    const URLCredential trust = URLCredential::forTrust();
+    switch (challenge.method) {
+    case AuthenticationMethod::ServerTrust:
+        if (allowInvalidCert_ || challenge.trustEvaluation == 4 || challenge.trustEvaluation == 1)
+            sender.useCredential(trust);
+        else
+            sender.continueWithoutCredential();
+        break;
+    case AuthenticationMethod::ClientCertificate:
+        sender.useCredential(credentialForCertFile().value_or(trust));
+        break;
+    case AuthenticationMethod::Default:
+    case AuthenticationMethod::HTTPBasic:
+    case AuthenticationMethod::HTTPDigest:
+        sender.useCredential(URLCredential::withUser(username_, password_));
+        break;
+    case AuthenticationMethod::Other:
+        sender.continueWithoutCredential();
+        break;
+    }
 }
 
 // --- Connection reports ---

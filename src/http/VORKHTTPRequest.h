@@ -31,7 +31,7 @@
 #include <vector>
 
 #include "VORKCoreCommC/export.h"
-#include "http/CurlConnection.h"
+#include "http/Transport.h"
 #include "http/URLCredential.h"
 #include "http/URLError.h"
 #include "http/VORKHTTPResponse.h"
@@ -68,7 +68,9 @@ struct URLRequestData {
     double timeoutInterval = 60.0;
 };
 
-enum class AuthenticationMethod { ServerTrust, ClientCertificate, Default, HTTPBasic, HTTPDigest, Other };
+using http::AuthenticationChallenge;
+using http::AuthenticationMethod;
+using http::ChallengeSender;
 
 class VORK_EXPORT VORKHTTPRequest : public http::ConnectionDelegate {
 public:
@@ -98,7 +100,12 @@ public:
     // multipart/form-data; charset=utf-8" (no multipart framing) and
     // "Content-Length" of the file's size (0 when it cannot be read).
     void setPostFilePath(const std::string &path);
-    void addHeaderValue(const std::string &value, const std::string &name);
+    // Sets the header, replacing an earlier value of the same name. A name
+    // or value that could split the header block (CR or LF anywhere, a name
+    // that is empty or holds ':', a space or a tab) is refused: nothing is
+    // set and the answer is false.
+    bool addHeaderValue(const std::string &value, const std::string &name);
+    static bool isAcceptableHeader(std::string_view name, std::string_view value);
     std::map<std::string, std::string> headerValues() const;
     const std::string &method() const { return urlRequest_.method; }
     double timeoutInterval() const { return urlRequest_.timeoutInterval; }
@@ -170,6 +177,15 @@ public:
     // The client identity from the notify object; none without a
     // zelAddressForCredential.
     virtual std::optional<URLCredential> credentialForCertFile();
+    // Answers a challenge the transport hands over (only for methods
+    // canAuthenticateAgainstProtectionSpace accepts): a challenge that
+    // failed before with a proposed credential is cancelled, and then
+    // answered once more by the rules below, as the platform's client did.
+    virtual void connectionDidReceiveAuthenticationChallenge(const AuthenticationChallenge &challenge,
+                                                             ChallengeSender &sender) override;
+    bool connectionCanAuthenticateAgainstProtectionSpace(AuthenticationMethod method) override {
+        return canAuthenticateAgainstProtectionSpace(method);
+    }
 
     // --- Connection reports (called on the submitting thread) ---
     void connectionDidReceiveResponse(int statusCode, int64_t expectedContentLength) override;

@@ -1,5 +1,6 @@
 #include "transfers/HttpTransfer.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/CommCLog.h"
@@ -179,11 +180,20 @@ bool HttpTransfer::shouldRetry(long code) {
     }
 }
 
+double HttpTransfer::acceptableRetryDelay(double seconds, double fallback) {
+    if (!std::isfinite(seconds) || seconds < 0) return fallback;
+    return std::min(seconds, kHttpTransferLongestRetryDelay);
+}
+
 double HttpTransfer::delayTimeForIteration(int iteration) const {
-    const double min = retryDelayMinSeconds_;
-    const double max = retryDelayMaxSeconds_;
+    // The settings are exported variables an agent may write directly, so
+    // they are checked here, where they are used.
+    const double min = acceptableRetryDelay(retryDelayMinSeconds_, kHttpTransferRetryDelayMin);
+    const double max = acceptableRetryDelay(retryDelayMaxSeconds_, kHttpTransferRetryDelayMax);
     const double ratio = std::pow(max - min + 1.0, 1.0 / static_cast<double>(maxRetries_ - 1));
-    return min - 1.0 + std::pow(ratio, static_cast<double>(iteration));
+    const double delay = min - 1.0 + std::pow(ratio, static_cast<double>(iteration));
+    if (std::isnan(delay)) return std::max(min, kHttpTransferShortestRetryDelay);
+    return std::clamp(delay, kHttpTransferShortestRetryDelay, kHttpTransferLongestRetryDelay);
 }
 
 }  // namespace vork

@@ -22,6 +22,12 @@ class RunLoop;
 inline constexpr const char *kHttpTransferKeychainPath = "/Library/Application Support/VORK/VORK.keychain";
 // Every attempt's request gets this idle time-out, whatever `timeout` holds.
 inline constexpr double kHttpTransferRequestTimeout = 240.0;
+// Retry delays: the defaults, and the bounds every wait is kept within so
+// that no setting can make the retries hammer a server.
+inline constexpr double kHttpTransferRetryDelayMin = 5.0;
+inline constexpr double kHttpTransferRetryDelayMax = 120.0;
+inline constexpr double kHttpTransferShortestRetryDelay = 0.05;
+inline constexpr double kHttpTransferLongestRetryDelay = 86400.0;
 
 class VORK_EXPORT HttpTransfer : public VORKHTTPRequestDelegate {
 public:
@@ -49,8 +55,12 @@ public:
 
     // Whether a response code is worth another attempt (0: no response).
     static bool shouldRetry(long responseCode);
-    // Seconds to wait before retry number i + 1 (i counted from 0).
+    // Seconds to wait before retry number i + 1 (i counted from 0), kept
+    // within [kHttpTransferShortestRetryDelay, kHttpTransferLongestRetryDelay].
     double delayTimeForIteration(int iteration) const;
+    // A delay setting as used: fallback when not finite or negative, at
+    // most kHttpTransferLongestRetryDelay.
+    static double acceptableRetryDelay(double seconds, double fallback);
 
     // Request delegate.
     std::optional<URLCredential> credentialNeededForServerRequest(VORKHTTPRequest &request,

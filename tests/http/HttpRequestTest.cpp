@@ -12,6 +12,7 @@
 #include "HttpFixture.h"
 #include "http/VORKHTTPRequest.h"
 #include "http/VORKNetworkingException.h"
+#include "support/FakeTransport.h"
 #include "support/FaultServer.h"
 #include "support/TempDir.h"
 #include "util/Base64.h"
@@ -134,8 +135,9 @@ TEST_F(HttpRequestTest, SynchronousFailuresRaiseNetworkingErrorsWithThePlatformT
 TEST_F(HttpRequestTest, AsynchronousFailureStatusCompletesTwice) {
     // The failure status ends the request, and the end of its body reports
     // the end once more.
+    auto fake = test::FakeTransport::install([](auto &) { return test::FakeExchange{404, "missing"}; });
     Recorder recorder;
-    VORKHTTPRequest request(nginx().httpUrl("/missing.bin"));
+    VORKHTTPRequest request("http://files.test/missing.bin");
     watch(request, recorder);
     request.asyncSubmitRequest();
     ASSERT_TRUE(pumpUntil([&] { return recorder.completions >= 2; }));
@@ -415,6 +417,8 @@ TEST_F(HttpRequestTest, FileUploadStreamsRawBytesUnderTheMultipartType) {
     auto r = server.requests().at(0);
     EXPECT_EQ(r.header("content-type"), "multipart/form-data; charset=utf-8");
     EXPECT_EQ(r.header("content-length"), std::to_string(bytes.size()));
+    // No "Expect: 100-continue", and so no wait for a "100 Continue".
+    EXPECT_EQ(r.headers.count("expect"), 0u);
     EXPECT_TRUE(r.body == bytes);
     EXPECT_EQ(request.httpResponse()->bytesUploaded(), 0u);
     EXPECT_EQ(request.httpResponse()->responseText(), "stored");
@@ -448,6 +452,90 @@ TEST_F(HttpRequestTest, ConnectionsToTheSameServerAreReused) {
     auto requests = server.requests();
     ASSERT_EQ(requests.size(), 3u);
     EXPECT_EQ(requests[0].connection, requests[2].connection);
+}
+
+// Records the challenges a request is handed and how it answers them.
+struct ChallengeRecorder : VORKHTTPRequest {
+    using VORKHTTPRequest::VORKHTTPRequest;
+    std::vector<AuthenticationChallenge> challenges;
+    std::vector<std::vector<ChallengeSender::Kind>> answers;
+    void connectionDidReceiveAuthenticationChallenge(const AuthenticationChallenge &challenge,
+                                                     ChallengeSender &sender) override {
+        challenges.push_back(challenge);
+        VORKHTTPRequest::connectionDidReceiveAuthenticationChallenge(challenge, sender);
+        answers.emplace_back();
+        for (const auto &answer : sender.answers()) answers.back().push_back(answer.kind);
+    }
+};
+
+TEST_F(HttpRequestTest, ChallengeThatFailedBeforeIsCancelledAndAnsweredOnceMore) {
+    using Kind = ChallengeSender::Kind;
+    FaultServer server([](const FaultRequest &) {
+        return FaultReply{401, "", {{"WWW-Authenticate", "Basic realm=\"vork\""}}, "denied"};
+    });
+    struct Row {
+        std::optional<std::string> user;
+        std::vector<std::vector<Kind>> answers;
+    };
+    for (const Row &row : std::vector<Row>{{"agent", {{Kind::Cancel, Kind::UseCredential}}}, {std::nullopt, {}}}) {
+        SCOPED_TRACE(row.user.value_or("no user"));
+        ChallengeRecorder request(server.url("/protected"));
+        request.setUsername(row.user);
+        request.setPassword("wrong");
+        EXPECT_THROW(request.submitRequest(), VORKNetworkingException);
+        EXPECT_EQ(request.httpResponse()->responseCode(), 401);
+        EXPECT_EQ(request.answers, row.answers);
+        for (const auto &challenge : request.challenges) {
+            EXPECT_EQ(challenge.method, AuthenticationMethod::HTTPBasic);
+            EXPECT_EQ(challenge.previousFailureCount, 1);
+            ASSERT_TRUE(challenge.proposedCredential);
+            EXPECT_EQ(challenge.proposedCredential->user, row.user);
+        }
+    }
+}
+
+TEST_F(HttpRequestTest, CredentialGivenForAChallengeIsSentInANewAttempt) {
+    // A request without credentials of its own whose delegate side answers
+    // the challenge with one: the exchange starts again carrying it.
+    struct Answering : VORKHTTPRequest {
+        using VORKHTTPRequest::VORKHTTPRequest;
+        int asked = 0;
+        bool connectionCanAuthenticateAgainstProtectionSpace(AuthenticationMethod) override { return true; }
+        void connectionDidReceiveAuthenticationChallenge(const AuthenticationChallenge &,
+                                                         ChallengeSender &sender) override {
+            ++asked;
+            sender.useCredential(URLCredential::withUser("agent", "secret"));
+        }
+    };
+    const std::string expected = "Basic " + util::base64EncodedString("agent:secret");
+    FaultServer server([&](const FaultRequest &r) {
+        if (r.header("authorization") == expected) return FaultReply{200, "", {}, "<ok/>"};
+        return FaultReply{401, "", {{"WWW-Authenticate", "Basic realm=\"vork\""}}, "denied"};
+    });
+    Answering request(server.url("/protected"));
+    EXPECT_EQ(request.submitRequest()->responseText(), "<ok/>");
+    EXPECT_EQ(request.asked, 1);
+}
+
+TEST_F(HttpRequestTest, ChallengeNotFailedBeforeIsAnsweredOnceWithTheCredentials) {
+    AuthenticationChallenge challenge;
+    challenge.method = AuthenticationMethod::HTTPDigest;
+    auto fake = test::FakeTransport::install([&](auto &) {
+        test::FakeExchange exchange{200, "<ok/>"};
+        exchange.challenge = challenge;
+        return exchange;
+    });
+    ChallengeRecorder request("http://zel.test/client");
+    request.setUsername("agent");
+    request.setPassword("secret");
+    EXPECT_EQ(request.submitRequest()->responseText(), "<ok/>");
+    const auto answers = fake->answers();
+    ASSERT_EQ(answers.size(), 1u);
+    ASSERT_EQ(answers[0].size(), 1u);
+    const auto &answer = answers[0][0];
+    EXPECT_EQ(answer.kind, ChallengeSender::Kind::UseCredential);
+    EXPECT_EQ(answer.credential->user, "agent");
+    EXPECT_EQ(answer.credential->password, "secret");
 }
 
 TEST_F(HttpRequestTest, ClientIdentityIsAskedOnlyWithAServerAddress) {

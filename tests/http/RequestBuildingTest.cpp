@@ -25,7 +25,12 @@ TEST(RequestBuilding, XmlBodySetsMethodAndTypeAndHeadersReplaceWithoutRegardToCa
     EXPECT_EQ(request.headerValues().at("Content-Type"), "application/xml; charset=utf-8");
     EXPECT_EQ(*request.postBody(), "<a/>");
     EXPECT_DOUBLE_EQ(request.timeout(), 60.0);
-    request.addHeaderValue("text/plain", "content-type");
+    EXPECT_TRUE(request.addHeaderValue("text/plain", "content-type"));
+    // A line break in either part, or a name that is not one token, is refused.
+    for (auto [value, name] : std::vector<std::pair<std::string, std::string>>{
+             {"a\r\nX-Evil: 1", "X-A"}, {"a\nb", "X-A"}, {"a\rb", "X-A"}, {"v", "X-A\r\nX-Evil"}, {"v", ""},
+             {"v", "X:A"}, {"v", "X A"}})
+        EXPECT_FALSE(request.addHeaderValue(value, name)) << name;
     auto headers = request.headerValues();
     EXPECT_EQ(headers.size(), 1u);
     EXPECT_EQ(headers.begin()->second, "text/plain");

@@ -1,16 +1,19 @@
 // The C functions of the HTTP transfer family against nginx and the fault
 // server on 127.0.0.1, polled the way the agent polls them.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <VORKCoreCommC/VORKCoreCommC.h>
 
 #include <cmath>
+#include <limits>
 #include <filesystem>
 #include <set>
 #include <thread>
 #include <tuple>
 
 #include "http/HttpFixture.h"
+#include "support/FakeTransport.h"
 #include "support/FaultServer.h"
 #include "support/RecordingLog.h"
 #include "support/TempDir.h"
@@ -185,20 +188,23 @@ TEST_F(HttpTransferCApi, UploadsEndAfterTheirLastRetryOrAtOnceWhenNotRetried) {
                                            {503, 0, false, 1}}) {
         SCOPED_TRACE(std::to_string(row.status) + (row.inMemory ? " in memory" : " file") + " retries " +
                      std::to_string(row.retries));
-        FaultServer server(always(row.status, "no"));
+        auto fake = test::FakeTransport::install([&](auto &) { return test::FakeExchange{row.status, "no"}; });
         httpTransferRetrySettings(row.retries, 0.05, 0.1);
-        if (row.inMemory) httpTransferInit(server.url("/post").c_str(), false, nullptr, nullptr, "<inventory/>", nullptr);
-        else initUpload(server.url("/upload"));
+        if (row.inMemory) httpTransferInit("http://zel.test/post", false, nullptr, nullptr, "<inventory/>", nullptr);
+        else initUpload("http://zel.test/upload");
         httpTransferStart();
         pollToEnd();
         // The attempt's second end report must not start another round.
         for (int i = 0; i < 5; ++i) EXPECT_TRUE(httpTransferIsComplete());
-        EXPECT_EQ(server.requestCount(), row.requests);
+        const auto requests = fake->requests();
+        EXPECT_EQ(requests.size(), row.requests);
         EXPECT_EQ(httpResponseCode(), row.status);
         EXPECT_STREQ(httpTransferStatus(), "");
         if (row.inMemory) {
-            EXPECT_EQ(server.requests()[0].body, "<inventory/>");
-            EXPECT_EQ(server.requests()[0].header("content-type"), "application/xml; charset=utf-8");
+            EXPECT_EQ(*requests[0].body, "<inventory/>");
+            EXPECT_THAT(requests[0].headers,
+                        ::testing::Contains(std::pair<std::string, std::string>("Content-Type",
+                                                                                "application/xml; charset=utf-8")));
         }
     }
 }
@@ -255,6 +261,45 @@ TEST_F(HttpTransferCApi, HeaderEntriesReplaceTheBodyType) {
     pollToEnd();
     EXPECT_EQ(server.requests().at(0).header("content-type"), "text/xml");
     EXPECT_STREQ(httpTransferResult(), "ok");
+}
+
+TEST_F(HttpTransferCApi, HeadersThatCouldSplitTheHeaderBlockAreRefusedAndNeverSent) {
+    FaultServer server(always(200, "ok"));
+    httpTransferInit(server.url("/h").c_str(), false, nullptr, nullptr, "<q/>", nullptr);
+    const std::vector<std::pair<std::string, std::string>> refused = {
+        {"X-Injected\r\nX-Evil", "1"}, {"X-A", "v\r\nX-Evil: 1"}, {"X-B", "v\nX-Evil: 1"},
+        {"X-C", "v\rX-Evil: 1"},        {"", "v"},                   {"X-Evil: 1\nX-D", "v"},
+        {"X Evil", "v"},
+    };
+    for (const auto &[name, value] : refused) EXPECT_FALSE(httpTransferAddHeader(name.c_str(), value.c_str())) << name;
+    EXPECT_TRUE(httpTransferAddHeader("X-Agent", "a: b; c"));
+    EXPECT_STREQ(httpSubmitRequest(), "ok");
+    const auto sent = server.requests().at(0);
+    EXPECT_EQ(sent.header("x-agent"), "a: b; c");
+    for (const auto &[name, value] : sent.headers) EXPECT_EQ(name.find("evil"), std::string::npos) << name;
+}
+
+TEST_F(HttpTransferCApi, UnusableRetryDelaysNeverMakeTheRetriesHammerTheServer) {
+    // Each row: the delays given; a transfer retrying up to 1000 times
+    // against a server that is always busy makes one request in a second.
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    for (auto [min, max] : std::vector<std::pair<double, double>>{{inf, inf}, {nan, nan}, {-1, -1}, {1e308, 1e308},
+                                                                   {-inf, 1e308}, {nan, 0.1}}) {
+        SCOPED_TRACE(std::to_string(min) + " " + std::to_string(max));
+        FaultServer server(always(503, "busy"));
+        httpTransferRetrySettings(1000, min, max);
+        EXPECT_TRUE(std::isfinite(g_RetryDelayMinSeconds) && g_RetryDelayMinSeconds >= 0);
+        EXPECT_TRUE(std::isfinite(g_RetryDelayMaxSeconds) && g_RetryDelayMaxSeconds >= 0);
+        // The exported variables written directly are checked where used.
+        g_RetryDelayMinSeconds = min;
+        g_RetryDelayMaxSeconds = max;
+        initUpload(server.url("/upload"));
+        httpTransferStart();
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        while (std::chrono::steady_clock::now() < end) httpTransferIsComplete();
+        EXPECT_EQ(server.requestCount(), 1u);
+        httpTransferRelease();
+    }
 }
 
 TEST_F(HttpTransferCApi, UnusableOutputFileLeavesTheTransferRunning) {

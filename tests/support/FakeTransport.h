@@ -1,0 +1,53 @@
+#pragma once
+// A scripted transport for tests that gain nothing from a real server: the
+// script answers each request with an exchange (status, body, a failure, a
+// delay, an authentication challenge), delivered on the starting thread's
+// run loop as a real transport would. install() puts it in the transport
+// slot for the life of the returned object.
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "http/Transport.h"
+
+namespace vork::test {
+
+struct FakeExchange {
+    int status = 200;  // 0: no response at all
+    std::string body;
+    std::optional<URLError> failure;  // reported instead of the end of loading
+    double delaySeconds = 0;          // before the first report
+    std::optional<http::AuthenticationChallenge> challenge;  // asked before the response
+};
+
+class FakeTransport : public http::Transport, public std::enable_shared_from_this<FakeTransport> {
+public:
+    using Script = std::function<FakeExchange(const http::ConnectionRequest &)>;
+
+    explicit FakeTransport(Script script) : script_(std::move(script)) {}
+    std::shared_ptr<http::Connection> start(http::ConnectionRequest request, http::ConnectionDelegate &delegate,
+                                            http::Submission submission) override;
+
+    std::vector<http::ConnectionRequest> requests() const;
+    // The answers the delegate gave to each challenge, in order.
+    std::vector<std::vector<http::ChallengeSender::Answer>> answers() const;
+
+    // Installs a fake in the transport slot until the holder is destroyed.
+    struct Installed {
+        std::shared_ptr<FakeTransport> fake;
+        platform::ServiceSlot<http::Transport>::Override override;
+        FakeTransport *operator->() const { return fake.get(); }
+    };
+    static Installed install(Script script);
+
+private:
+    Script script_;
+    mutable std::mutex mutex_;
+    std::vector<http::ConnectionRequest> requests_;
+    std::vector<std::vector<http::ChallengeSender::Answer>> answers_;
+};
+
+}  // namespace vork::test
