@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/VCCNode.h"
 #include "xml/XmlNode.h"
 

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/JavaDate.h"
 #include "message/MappedClass.h"
 #include "message/VCCDevice.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "xml/VORKXMLNode.h"
 #include "xml/XmlNode.h"
 

@@ -13,7 +13,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/MappedClass.h"
 #include "message/VCCMessage.h"
 #include "zel/VCCConfig.h"
