@@ -11,7 +11,7 @@
 #include <string>
 
 #include "base/Export.h"
-#include "transfers/CopyEngine.h"
+#include "platform/CopyEngine.h"
 
 namespace vork {
 
