@@ -24,10 +24,7 @@
 
 #include "http/VORKHTTPRequest.h"
 #include "support/BenchSupport.h"
-
-// The nginx launcher the tests use.
-#include "../tests/support/Certificates.cpp"
-#include "../tests/support/Nginx.cpp"
+#include "support/Nginx.h"  // the nginx launcher the tests use
 
 namespace fs = std::filesystem;
 using namespace vork::bench;

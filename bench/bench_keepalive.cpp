@@ -20,9 +20,8 @@
 #include <vector>
 
 #include "support/BenchSupport.h"
-// The reference server launcher the tests use.
-#include "../tests/support/RefServer.cpp"
-#include "../tests/support/TempDir.cpp"
+#include "support/RefServer.h"  // the reference server launcher the tests use
+#include "support/TempDir.h"
 #include "message/Constants.h"
 #include "util/Base64.h"
 #include "zel/ZelCalls.h"

@@ -59,10 +59,18 @@ VORK_API const char *removeInvalidXmlData(const char *text);
 /*
  * Server calls. Each posts one request message to the server's "client"
  * resource with the session's settings and answers the XML of the response
- * message as library-owned text. The caller reads the status code of the
- * first content: 0 is success; 1999 means the exchange failed in the
- * library (no server URL, connection refused, HTTP error, unreadable
- * answer). Never NULL.
+ * message, as the library wrote it back, as library-owned text. The caller
+ * reads the status code of the first content:
+ *   - 0 is success; another code is the server's refusal (for example 1400
+ *     for wrong credentials);
+ *   - 1999 means the exchange failed in the library: no server URL, a
+ *     refused or cut connection, an HTTP error status, a time-out, or a
+ *     request that could not be built (for example a machine whose hardware
+ *     UUID cannot be read, in which case the device record is sent empty);
+ *   - a reply that arrives but does not parse as XML is no failure of the
+ *     exchange: the answer is an envelope without any content (and so
+ *     without any status), which the caller must not take for success.
+ * Never NULL.
  */
 
 /* Keep-alive; nonzero invalidate asks the server to end the session. */

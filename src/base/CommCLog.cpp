@@ -1,13 +1,8 @@
 #include "base/CommCLog.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <mutex>
 #include <typeinfo>
 #include <cstdarg>
-#include <cstdlib>
-#include <filesystem>
 
 #include "base/Format.h"
 
@@ -36,12 +31,8 @@ void CommCLog::setDefaultLog(std::shared_ptr<CommCLog> log) {
 
 void CommCLog::logDebug(const std::optional<std::string> &) {}
 
-std::string CommCLog::logFileName() const {
-    std::string home;
-    if (const passwd *pw = getpwuid(geteuid()); pw && pw->pw_dir) home = pw->pw_dir;
-    else if (const char *env = std::getenv("HOME")) home = env;
-    return (std::filesystem::path(home) / "Library/Logs/VORK" / "VORKCoreCommCLog.log").string();
-}
+// CommCLog::logFileName asks the system for the user's home folder; it lives
+// with the platform files (src/platform/linux/LogFileName.cpp).
 
 void logDebugf(const char *format, ...) {
     std::shared_ptr<CommCLog> log = CommCLog::defaultLog();

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

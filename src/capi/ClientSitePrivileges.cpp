@@ -8,11 +8,15 @@
 using namespace vork;
 
 const char *clientSitePrivileges(const char *clientAppName) {
-    return capi::runServerCall<ZelCallClientSitePrivileges>([&](ZelCallClientSitePrivileges &call) {
-        auto name = capi::argument(clientAppName);
-        logDebugf("clientSitePrivileges called with %s", name ? name->c_str() : "(null)");
-        call.setClientAppName(std::move(name));
+    // The line goes out before the call's first step, which may create the
+    // session and its default log.
+    std::optional<std::string> name = capi::guarded<std::optional<std::string>>(std::nullopt, [&] {
+        auto text = capi::argument(clientAppName);
+        logDebugf("clientSitePrivileges called with %s", text ? text->c_str() : "(null)");
+        return text;
     });
+    return capi::runServerCall<ZelCallClientSitePrivileges>(
+        [&](ZelCallClientSitePrivileges &call) { call.setClientAppName(std::move(name)); });
 }
 
 const char *clientSiteSelection(int siteID) {

@@ -15,7 +15,8 @@ std::shared_ptr<ZelInterface> sharedZelInterface();
 
 // Runs a call object's execute on the shared session and answers its XML as
 // library-owned text. A failure outside the exchange (while the request is
-// built) answers the status-1999 message too: nothing leaves the function.
+// built, for example a machine whose hardware UUID cannot be read) answers
+// the status-1999 message too: nothing leaves the function, never NULL.
 template <class Call, class Setup>
 const char *runServerCall(Setup &&setup) noexcept {
     return guardedOr<const char *>(
@@ -26,8 +27,7 @@ const char *runServerCall(Setup &&setup) noexcept {
             return returnText(std::string_view(call.execute()));
         },
         [](const std::string &description) -> const char * {
-            auto failure = ZelInterface::failureMessage(description)->saveToXmlData();
-            return returnText(failure);
+            return returnText(std::string_view(ZelInterface::failureMessageData(description)));
         });
 }
 

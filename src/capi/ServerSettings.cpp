@@ -1,8 +1,6 @@
 // Server settings and conveniences.
 #include "VORKCoreCommC/server.h"
 
-#include <syslog.h>
-
 #include <memory>
 #include <mutex>
 
@@ -12,6 +10,7 @@
 #include "capi/ReturnedText.h"
 #include "capi/ServerCall.h"
 #include "message/RemoveInvalidXmlData.h"
+#include "platform/SystemLog.h"
 #include "sysinfo/VORKHardwareIdentification.h"
 #include "util/UrlHelpers.h"
 #include "zel/ZelInterface.h"
@@ -47,7 +46,7 @@ std::shared_ptr<ZelInterface> sharedZelInterface() {
 
 void setZelUrl(const char *zelUrl) {
     capi::guardedVoid([&] {
-        syslog(LOG_NOTICE, "setZelUrl was called");
+        platform::systemLog().get()->notice("setZelUrl was called");
         capi::sharedZelInterface()->zelConfig()->setZelUrl(capi::argument(zelUrl));
     });
 }

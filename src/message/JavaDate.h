@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

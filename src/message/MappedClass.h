@@ -50,7 +50,7 @@
 #include <variant>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

@@ -7,8 +7,8 @@
 
 namespace vork {
 
-void VCCDevice::saveToXmlNode(xml::XmlNode &parent) {
-    retrieveMissingDeviceInfo();
+void VCCDevice::saveToXmlNode(xml::XmlNode &parent, MissingDeviceInfo missing) {
+    if (missing == MissingDeviceInfo::Retrieve) retrieveMissingDeviceInfo();
     xml::XmlNode device = elementWithName("device");
     parent.addChild(device);
     device.addChild(elementWithName("uuid", uuid_));

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/VCCNode.h"
 #include "xml/XmlNode.h"
 
@@ -29,11 +29,18 @@ private:
     std::optional<std::string> bsdName_;
 };
 
+// What saving a device record does with a blank uuid and addresses never
+// gathered: look them up first (what every message does), or write the
+// record as it stands (for a message that must go out even when the machine
+// cannot be identified).
+enum class MissingDeviceInfo { Retrieve, Leave };
+
 class VORK_EXPORT VCCDevice : public VCCNode {
 public:
-    // Fills what is missing (a blank uuid, addresses never gathered), then
-    // appends "device" with "uuid" and "macAddresses" to the parent.
-    void saveToXmlNode(xml::XmlNode &parent);
+    // Fills what is missing (a blank uuid, addresses never gathered) unless
+    // told to leave it, then appends "device" with "uuid" and "macAddresses"
+    // to the parent.
+    void saveToXmlNode(xml::XmlNode &parent, MissingDeviceInfo missing = MissingDeviceInfo::Retrieve);
     // Reads a reply's "device" element (a null handle changes nothing).
     void loadFromXmlNode(const xml::XmlNode &deviceElement);
     // Rebuilds the address list from the "macAddress" children.

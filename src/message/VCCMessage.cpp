@@ -34,20 +34,20 @@ void VCCMessage::addSchemaToElement(xml::XmlNode &root) {
                       stringf("%s ../src/main/resources/schema/VORKCommunicationSchema.xsd", kVorkMessageNamespace));
 }
 
-xml::XmlDocument VCCMessage::saveToXmlDocument() {
+xml::XmlDocument VCCMessage::saveToXmlDocument(MissingDeviceInfo missing) {
     xml::XmlDocument document = xml::XmlDocument::create();
     xml::XmlNode root = elementWithName("ns2:vorkMessage");
     addSchemaToElement(root);
     document.setRootElement(root);
-    device_.saveToXmlNode(root);
+    device_.saveToXmlNode(root, missing);
     root.addChild(elementWithName("application", application_));
     root.addChild(elementWithName("messageTimestamp", javaEpochString(messageTimestamp_)));
     for (const auto &content : contents_) content->saveToXmlNode(root);
     return document;
 }
 
-std::optional<std::string> VCCMessage::saveToXmlData() {
-    return dataByRemovingInvalidXmlCharacters(saveToXmlDocument().xmlData());
+std::optional<std::string> VCCMessage::saveToXmlData(MissingDeviceInfo missing) {
+    return dataByRemovingInvalidXmlCharacters(saveToXmlDocument(missing).xmlData());
 }
 
 std::optional<std::string> VCCMessage::dataByRemovingInvalidXmlCharacters(std::string_view bytes) {

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/JavaDate.h"
 #include "message/MappedClass.h"
 #include "message/VCCDevice.h"
@@ -45,11 +45,12 @@ public:
 
     // The request document. Fills in a blank device uuid and ungathered
     // addresses first, so it raises what the hardware identification
-    // raises when the machine has no UUID.
-    xml::XmlDocument saveToXmlDocument();
+    // raises when the machine has no UUID (MissingDeviceInfo::Leave writes
+    // the device record as it stands instead).
+    xml::XmlDocument saveToXmlDocument(MissingDeviceInfo missing = MissingDeviceInfo::Retrieve);
     // The document as compact UTF-8 bytes with forbidden characters
     // removed; none when the text is not valid UTF-8.
-    std::optional<std::string> saveToXmlData();
+    std::optional<std::string> saveToXmlData(MissingDeviceInfo missing = MissingDeviceInfo::Retrieve);
     // Fills the message from reply bytes. A reply that does not parse
     // changes nothing. Contents are appended after those already present.
     // The only exceptions are the two raised by a faulty mapping

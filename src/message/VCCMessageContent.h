@@ -15,7 +15,7 @@
 #include <string_view>
 #include <variant>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/MappedClass.h"
 #include "message/VCCNode.h"
 #include "message/VCCStatus.h"

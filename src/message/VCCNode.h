@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "xml/XmlNode.h"
 
 namespace vork {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/JavaDate.h"
 #include "message/VCCNode.h"
 #include "xml/XmlNode.h"

@@ -8,6 +8,8 @@
 //  - tasks posted from any thread (post), which wake a waiting loop at once;
 //  - one-shot timers (addTimer), on the loop's own thread;
 //  - file descriptors watched for readiness (watch), on the loop's thread.
+// The implementation waits with the system's own mechanism and lives with
+// the platform files (src/platform/linux/RunLoop.cpp).
 #include <atomic>
 #include <chrono>
 #include <cstdint>

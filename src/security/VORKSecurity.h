@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "http/URLCredential.h"
 #include "security/VORKSecurityError.h"
 

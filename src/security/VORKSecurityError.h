@@ -5,7 +5,7 @@
 // handed on as an error of the POSIX domain with the errno value as its code.
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "VORKCoreCommC/security.h"
 
 namespace vork {

@@ -5,6 +5,7 @@
 #include "base/Exception.h"
 #include "platform/MachineIdentity.h"
 #include "platform/NetworkInterfaces.h"
+#include "sysinfo/InterfaceNames.h"
 #include "util/Strings.h"
 
 namespace vork {
@@ -27,7 +28,8 @@ std::string trimmedAddressOf(const std::string &name) {
 MacAddressTable MacAddressCache::addresses() {
     std::lock_guard<std::mutex> lock(mutex_);
     if (table_.empty()) {
-        for (const platform::NetworkInterface &interface : platform::networkInterfaces().get()->list()) {
+        for (const platform::NetworkInterface &interface :
+             withAgentInterfaceNames(platform::networkInterfaces().get()->list())) {
             if (interface.name.empty()) continue;
             std::string dotted = interface.hardwareAddress;
             std::replace(dotted.begin(), dotted.end(), ':', '.');

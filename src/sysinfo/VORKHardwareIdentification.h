@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 
@@ -16,7 +16,9 @@ using MacAddressTable = std::map<std::string, std::string>;
 
 // A table filled from the platform's interface list on first use and kept
 // from then on; an empty table (no named interfaces) is filled again on
-// every call. A later interface of the same name overwrites an earlier one.
+// every call. The system's names are listed together with the "en" names
+// the hardware adapters get (see InterfaceNames.h), which come last; a later
+// interface of the same name overwrites an earlier one.
 class VORK_EXPORT MacAddressCache {
 public:
     MacAddressTable addresses();

@@ -1,16 +1,12 @@
 #include "transfers/FileCopy.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <limits>
 #include <system_error>
 
 #include "base/CommCLog.h"
 #include "base/Exception.h"
 #include "base/Format.h"
+#include "platform/FileAttributes.h"
 #include "platform/FileSystemSpace.h"
 
 namespace vork {
@@ -18,34 +14,6 @@ namespace vork {
 namespace {
 
 const char *shown(const std::optional<std::string> &text) { return text ? text->c_str() : "(null)"; }
-
-// Sum of the sizes (lstat) of everything below an open folder.
-uint64_t sizeBelow(int dirFd) {
-    int listFd = ::openat(dirFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (listFd < 0) return 0;
-    DIR *listing = ::fdopendir(listFd);
-    if (!listing) {
-        ::close(listFd);
-        return 0;
-    }
-    uint64_t total = 0;
-    while (const dirent *entry = ::readdir(listing)) {
-        const char *name = entry->d_name;
-        if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) continue;
-        struct stat st {};
-        if (::fstatat(dirFd, name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
-        total += static_cast<uint64_t>(st.st_size);
-        if (S_ISDIR(st.st_mode)) {
-            int sub = ::openat(dirFd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (sub >= 0) {
-                total += sizeBelow(sub);
-                ::close(sub);
-            }
-        }
-    }
-    ::closedir(listing);
-    return total;
-}
 
 // bytes × 100 ÷ size in IEEE arithmetic, spelled out for a size of 0 (an
 // empty source): 0 ÷ 0 is NaN, anything else ÷ 0 is infinite.
@@ -66,18 +34,7 @@ FileCopy::~FileCopy() {
 }
 
 uint64_t FileCopy::calculateFileSize(const std::optional<std::string> &path) const {
-    if (!path) return 0;
-    struct stat st {};
-    if (::stat(path->c_str(), &st) != 0) return 0;
-    if (!S_ISDIR(st.st_mode)) {
-        struct stat item {};
-        return ::lstat(path->c_str(), &item) == 0 ? static_cast<uint64_t>(item.st_size) : 0;
-    }
-    int dirFd = ::open(path->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dirFd < 0) return 0;
-    uint64_t total = sizeBelow(dirFd);
-    ::close(dirFd);
-    return total;
+    return path ? platform::fileAttributes().get()->sizeOfItem(*path) : 0;
 }
 
 uint64_t FileCopy::calculateAvailableSpace(const std::optional<std::string> &path) const {
@@ -105,7 +62,7 @@ bool FileCopy::hasEnoughSpaceToCopyFrom(const std::optional<std::string> &source
 
 bool FileCopy::startCopyFrom(const std::optional<std::string> &source,
                              const std::optional<std::string> &destinationFolder) {
-    if (!source || ::access(source->c_str(), R_OK) != 0) {
+    if (!source || !platform::fileAttributes().get()->isReadable(*source)) {
         errorMessage_ = stringf("The source file %s does not exist or cannot be read", shown(source));
         return false;
     }

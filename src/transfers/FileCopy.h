@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
-#include "transfers/CopyEngine.h"
+#include "base/Export.h"
+#include "platform/CopyEngine.h"
 
 namespace vork {
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "transfers/VORKSecurityFileHash.h"
 
 namespace vork {

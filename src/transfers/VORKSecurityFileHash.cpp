@@ -1,15 +1,13 @@
 #include "transfers/VORKSecurityFileHash.h"
 
-#include <fcntl.h>
 #include <openssl/evp.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <new>
 
 #include "base/Format.h"
+#include "platform/FileAttributes.h"
+#include "platform/FileReading.h"
 
 namespace vork {
 
@@ -29,13 +27,6 @@ const EVP_MD *digestFor(DigestType type, int length) {
 
 struct DigestContextDeleter {
     void operator()(EVP_MD_CTX *context) const { EVP_MD_CTX_free(context); }
-};
-
-struct OpenFile {
-    int fd;
-    ~OpenFile() {
-        if (fd >= 0) ::close(fd);
-    }
 };
 
 std::optional<std::string> fail(DomainError *error, DomainError made) {
@@ -58,8 +49,8 @@ std::optional<std::string> VORKSecurityFileHash::sha512HashOfFileAtPath(const st
 std::optional<std::string> VORKSecurityFileHash::hashOfFileAtPath(const std::optional<std::string> &path,
                                                                   DigestType type, int digestLength,
                                                                   DomainError *error, const std::atomic<bool> *stop) {
-    struct stat st {};
-    if (!path || ::stat(path->c_str(), &st) != 0) return fail(error, createErrorWithText("File doesn't exist"));
+    if (!path || !platform::fileAttributes().get()->attributesOfItem(*path, true))
+        return fail(error, createErrorWithText("File doesn't exist"));
 
     const EVP_MD *md = digestFor(type, digestLength);
     std::unique_ptr<EVP_MD_CTX, DigestContextDeleter> context(EVP_MD_CTX_new());
@@ -71,17 +62,14 @@ std::optional<std::string> VORKSecurityFileHash::hashOfFileAtPath(const std::opt
     std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[kChunkSize]);
     if (!buffer) return fail(error, createErrorWithText("Failed to create SecTransform for input stream"));
 
-    const OpenFile file{::open(path->c_str(), O_RDONLY | O_CLOEXEC)};
-    if (file.fd < 0) return fail(error, VORKSecurityError::errorFromErrno(errno));
-    ::posix_fadvise(file.fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    int failure = 0;
+    std::unique_ptr<platform::SequentialFile> file = platform::fileReading().get()->openForReading(*path, failure);
+    if (!file) return fail(error, VORKSecurityError::errorFromErrno(failure));
 
     for (;;) {
         if (stop && stop->load(std::memory_order_relaxed)) return std::nullopt;
-        ssize_t got = ::read(file.fd, buffer.get(), kChunkSize);
-        if (got < 0) {
-            if (errno == EINTR) continue;
-            return fail(error, VORKSecurityError::errorFromErrno(errno));
-        }
+        long got = file->read(buffer.get(), kChunkSize, failure);
+        if (got < 0) return fail(error, VORKSecurityError::errorFromErrno(failure));
         if (got == 0) break;
         if (EVP_DigestUpdate(context.get(), buffer.get(), static_cast<size_t>(got)) != 1) {
             return fail(error, createErrorWithText("Failed to compute the digest."));

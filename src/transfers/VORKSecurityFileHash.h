@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "security/VORKSecurityError.h"
 
 namespace vork {

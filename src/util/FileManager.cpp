@@ -1,16 +1,12 @@
 #include "util/FileManager.h"
 
-#include <grp.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <vector>
 
 #include "base/SystemRoot.h"
 #include "platform/EffectiveUser.h"
+#include "platform/FileAttributes.h"
 
 namespace vork::util {
 
@@ -28,7 +24,7 @@ constexpr uint32_t kPrivateFolderMode = 0700;
 constexpr uint32_t kApplicationSupportMode = 0755;
 
 // The group playing the managing-users role when nothing names it.
-constexpr gid_t kFallbackAdminGroup = 27;
+constexpr uint32_t kFallbackAdminGroup = 27;
 
 // Appends a path component: exactly one "/" between the two parts.
 std::string appendingPathComponent(const std::string &base, const std::string &name) {
@@ -47,12 +43,7 @@ Permissions privateFolderPermissions() { return permissionsWithOwner(0, adminGro
 // Sets owner and group (when given), then the mode; failures are ignored.
 // The mode goes last because changing the owner can clear set-id bits.
 void applyPermissions(const std::string &path, const Permissions &permissions) {
-    if (permissions.owner || permissions.group) {
-        const uid_t owner = permissions.owner ? static_cast<uid_t>(*permissions.owner) : static_cast<uid_t>(-1);
-        const gid_t group = permissions.group ? static_cast<gid_t>(*permissions.group) : static_cast<gid_t>(-1);
-        (void)::chown(path.c_str(), owner, group);
-    }
-    (void)::chmod(path.c_str(), static_cast<mode_t>(permissions.mode));
+    platform::fileAttributes().get()->setOwnerAndMode(path, permissions.owner, permissions.group, permissions.mode);
 }
 
 // Creates the folder and any missing folders above it. Every folder this
@@ -67,11 +58,13 @@ void createDirectories(const std::string &path, const std::optional<Permissions>
 
     for (const std::string &prefix : prefixes) {
         if (prefix.empty() || prefix.back() == '/') continue;
-        const mode_t initial = permissions ? static_cast<mode_t>(kPrivateFolderMode) : static_cast<mode_t>(0777);
-        if (::mkdir(prefix.c_str(), initial) == 0) {
-            if (permissions) applyPermissions(prefix, *permissions);
-        } else if (errno != EEXIST) {
-            return;
+        const uint32_t initial = permissions ? kPrivateFolderMode : 0777;
+        switch (platform::fileAttributes().get()->createFolder(prefix, initial)) {
+            case platform::FolderCreation::Created:
+                if (permissions) applyPermissions(prefix, *permissions);
+                break;
+            case platform::FolderCreation::AlreadyThere: break;
+            case platform::FolderCreation::Failed: return;
         }
     }
 }
@@ -83,8 +76,7 @@ void removeItem(const std::string &path) {
 
 // Something is at the path, even a link that leads nowhere.
 bool itemExists(const std::string &path) {
-    struct stat info;
-    return ::lstat(path.c_str(), &info) == 0;
+    return platform::fileAttributes().get()->attributesOfItem(path, false).has_value();
 }
 
 }  // namespace
@@ -92,20 +84,7 @@ bool itemExists(const std::string &path) {
 // Folders that belong to root and the managing-users group use, on Linux,
 // the group named "sudo": Debian's group of users allowed to administer the
 // machine. Without such a group its usual id, 27, is used.
-gid_t adminGroupId() {
-    long size = ::sysconf(_SC_GETGR_R_SIZE_MAX);
-    std::vector<char> buffer(size > 0 ? static_cast<size_t>(size) : 16384);
-    for (;;) {
-        struct group entry;
-        struct group *found = nullptr;
-        const int rc = ::getgrnam_r("sudo", &entry, buffer.data(), buffer.size(), &found);
-        if (rc == ERANGE && buffer.size() < (1u << 20)) {
-            buffer.resize(buffer.size() * 2);
-            continue;
-        }
-        return (rc == 0 && found) ? found->gr_gid : kFallbackAdminGroup;
-    }
-}
+uint32_t adminGroupId() { return platform::fileAttributes().get()->groupIdNamed("sudo").value_or(kFallbackAdminGroup); }
 
 Permissions permissionsWithOwner(uint32_t owner, uint32_t group, uint32_t mode) {
     Permissions permissions;
@@ -147,10 +126,8 @@ std::string FileManager::manageRunFolder(const std::string &path) {
 }
 
 void FileManager::checkPermissionsAtPath(const std::string &path) {
-    struct stat info;
-    if (::lstat(path.c_str(), &info) == 0 && (info.st_mode & 07777) == kPrivateFolderMode && info.st_uid == 0 &&
-        info.st_gid == adminGroupId())
-        return;
+    auto info = platform::fileAttributes().get()->attributesOfItem(path, false);
+    if (info && info->mode == kPrivateFolderMode && info->owner == 0 && info->group == adminGroupId()) return;
     // Anything else, including a wrongly owned folder with markers inside,
     // is replaced by a fresh, empty folder.
     removeItem(path);
@@ -171,8 +148,7 @@ std::string FileManager::vorkTmpFile(const std::string &name) { return vorkTmpDi
 
 std::string FileManager::rootTempDir() {
     const std::string path = systemPath(kRootTempFolder);
-    struct stat info;
-    if (::stat(path.c_str(), &info) != 0) createDirectories(path, privateFolderPermissions());
+    if (!platform::fileAttributes().get()->attributesOfItem(path, true)) createDirectories(path, privateFolderPermissions());
     else resetTmpDirPermissions();
     resetApplicationSupportVORKPermissions();
     return path;
@@ -206,8 +182,8 @@ void FileManager::resetApplicationSupportVORKPermissions() {
 }
 
 bool FileManager::isDirectory(const std::string &path) {
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    auto info = platform::fileAttributes().get()->attributesOfItem(path, true);
+    return info && info->isFolder;
 }
 
 }  // namespace vork::util

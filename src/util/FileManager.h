@@ -4,8 +4,6 @@
 // support folder, and permission attribute sets. Every fixed path lies under
 // the system root (base/SystemRoot.h). No operation reports failure: the
 // path is answered all the same.
-#include <sys/types.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,7 +11,7 @@
 namespace vork::util {
 
 // The group that plays the managing-users role (see FileManager.cpp).
-gid_t adminGroupId();
+uint32_t adminGroupId();
 
 // Attribute sets applied to folders.
 struct Permissions {

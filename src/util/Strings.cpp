@@ -1,10 +1,8 @@
 #include "util/Strings.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <fstream>
 #include <regex>
 
 #include "util/CodePoints.h"
@@ -275,30 +273,12 @@ std::string findNthField(std::string_view text, long n, const Text &delimiter) {
 // --- File helpers
 
 bool appendToFile(std::string_view text, const std::string &path) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0) {
-        // Not there yet: make an empty file with the default mode, then open it.
-        const int created = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-        if (created < 0) return false;
-        ::close(created);
-        fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        if (fd < 0) return false;
-    }
-    bool written = ::lseek(fd, 0, SEEK_END) >= 0;
-    const char *data = text.data();
-    size_t remaining = text.size();
-    while (written && remaining > 0) {
-        const ssize_t n = ::write(fd, data, remaining);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            written = false;
-            break;
-        }
-        data += n;
-        remaining -= static_cast<size_t>(n);
-    }
-    ::close(fd);
-    return written;
+    // Made with the default mode when missing; every write goes to the end.
+    std::ofstream out(path, std::ios::binary | std::ios::app);
+    if (!out) return false;
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.flush();
+    return static_cast<bool>(out);
 }
 
 }  // namespace vork::util

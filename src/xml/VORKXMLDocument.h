@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "xml/VORKXMLNode.h"
 #include "xml/XmlNode.h"
 
@@ -16,7 +16,9 @@ class VORK_EXPORT VORKXMLDocument {
 public:
     // initWithData: / initWithString: (bytes and text are both UTF-8 here).
     explicit VORKXMLDocument(std::string_view bytes);
-    // initWithURL: a file path or "file://" location.
+    // initWithURL: a file path, a "file://" location, or an "http://" or
+    // "https://" location read with the library's HTTP client. A location
+    // that cannot be read leaves an empty document with lastError set.
     static VORKXMLDocument fromURL(const std::string &location);
 
     const xml::XmlDocument &xml() const { return xml_; }

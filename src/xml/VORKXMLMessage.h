@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "xml/VORKXMLDocument.h"
 #include "xml/VORKXMLNode.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "xml/XmlNode.h"
 
 namespace vork {

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 struct _xmlNode;
 struct _xmlDoc;

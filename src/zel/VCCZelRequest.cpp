@@ -1,7 +1,6 @@
 #include "zel/VCCZelRequest.h"
 
 #include <chrono>
-#include <cstdlib>
 
 #include "base/CommCLog.h"
 #include "message/JavaDate.h"
@@ -84,14 +83,15 @@ void VCCZelRequest::notifyCompleted(VORKHTTPRequest &request) {
 
 void VCCZelRequest::checkClockSkew(VCCMessage &response) const {
     if (!validateClockSkew_) return;
-    auto difference = std::chrono::duration_cast<std::chrono::seconds>(dateNow() - response.messageTimestamp()).count();
-    if (maxClockSkew_ > 0 && std::llabs(difference) > maxClockSkew_ && response.content()) {
+    // Compared at the time stamps' own precision: 300.9 s is more than 300.
+    auto difference = dateNow() - response.messageTimestamp();
+    if (maxClockSkew_ > 0 && std::chrono::abs(difference) > std::chrono::seconds(maxClockSkew_) && response.content()) {
         auto status = response.content()->status();
         if (!status) return;
         status->setCode(1504);
         status->loadTitleAndMessage();
-        logDebugf("VCCZelRequest checkClockSkew difference=%lld maxClockSkew=%d", static_cast<long long>(difference),
-                  maxClockSkew_);
+        logDebugf("VCCZelRequest checkClockSkew differenceMs=%lld maxClockSkew=%d",
+                  static_cast<long long>(difference.count()), maxClockSkew_);
     }
 }
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/VCCMessage.h"
 #include "zel/VCCConfig.h"
 #include "zel/VCCZelRequest.h"

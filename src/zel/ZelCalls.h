@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "base/Exception.h"
 #include "message/VCCMessage.h"
 #include "zel/ZelContents.h"

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/ListItems.h"
 #include "message/MappedClass.h"
 

@@ -55,8 +55,12 @@ std::shared_ptr<VCCMessage> ZelInterface::submitRequest(const std::shared_ptr<VC
               config->zelPassword() ? "********" : "", body ? body->size() : size_t{0});
     try {
         std::shared_ptr<VCCMessage> response = request->submit();
-        logDebugf("ZelInterface submitRequest answered status=%d",
-                  response->content() && response->content()->status() ? response->content()->status()->code() : 0);
+        // Written back once, as the session's diagnostics see it; this also
+        // fills a device record the reply left without uuid or addresses.
+        std::optional<std::string> written = response->saveToXmlData();
+        logDebugf("ZelInterface submitRequest answered status=%d length=%zu",
+                  response->content() && response->content()->status() ? response->content()->status()->code() : 0,
+                  written ? written->size() : size_t{0});
         return response;
     } catch (const std::exception &) {
         std::string description = describeException(std::current_exception());
@@ -79,6 +83,20 @@ std::shared_ptr<VCCMessage> ZelInterface::failureMessage(const std::string &desc
     status->setMessage(kFailureMessage);
     status->setExtendedMessage(description);
     return message;
+}
+
+std::string ZelInterface::failureMessageData(const std::string &description) {
+    std::shared_ptr<VCCMessage> message = failureMessage(description);
+    try {
+        if (std::optional<std::string> data = message->saveToXmlData()) return *data;
+    } catch (const std::exception &) {
+        // No hardware identity: written below without it.
+    }
+    try {
+        if (!message->device().macAddresses()) message->device().retrieveMacAddresses();
+    } catch (const std::exception &) {
+    }
+    return message->saveToXmlData(MissingDeviceInfo::Leave).value_or(std::string());
 }
 
 std::shared_ptr<VCCConfig> ZelInterface::zelConfig() const {

@@ -3,9 +3,10 @@
 // server. It holds the server settings, the connection time-out and the
 // application identifier, posts a request message to the server's "client"
 // resource and answers the server's reply as a message. A failed exchange
-// (no URL, refused connection, HTTP error, unreadable reply) comes back as a
-// message whose status is 1999; nothing from the transport reaches the
-// caller.
+// (no URL, refused connection, HTTP error, time-out) comes back as a message
+// whose status is 1999; nothing from the transport reaches the caller. A
+// reply that arrives but does not parse is answered as a message without
+// content.
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -13,7 +14,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "message/MappedClass.h"
 #include "message/VCCMessage.h"
 #include "zel/VCCConfig.h"
@@ -55,6 +56,10 @@ public:
     // is 1999 with the failure title and message, and the description as
     // its extended message.
     static std::shared_ptr<VCCMessage> failureMessage(const std::string &description);
+    // That message as XML bytes. Unlike every other message it goes out
+    // even when the machine cannot be identified: the device record then
+    // has an empty uuid and whatever addresses could be gathered.
+    static std::string failureMessageData(const std::string &description);
 
     std::shared_ptr<VCCConfig> zelConfig() const;
     void setZelConfig(std::shared_ptr<VCCConfig> config);

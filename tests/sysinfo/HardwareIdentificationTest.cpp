@@ -2,7 +2,9 @@
 // list, read from files laid out in a sandboxed system root.
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <regex>
+#include <tuple>
 
 #include "base/Exception.h"
 #include "platform/MachineIdentity.h"
@@ -85,6 +87,36 @@ TEST(NetworkInterfaces, KernelOrderAndAddresses) {
                                                                       {"tun0", ""}}));
 }
 
+TEST(NetworkInterfaces, HardwareAdaptersAndTheDefaultRoute) {
+    SystemRootSandbox sandbox;
+    auto add = [&](const std::string &name, int index, int type, bool device) {
+        addInterface(sandbox, name, index, "00:1c:42:aa:bb:0" + std::to_string(index));
+        sandbox.root().write("sys/class/net/" + name + "/type", std::to_string(type) + "\n");
+        if (device) sandbox.root().write("sys/class/net/" + name + "/device/uevent", "");
+    };
+    add("lo", 1, 772, false);
+    add("enp3s0", 2, 1, true);
+    add("wlp2s0", 3, 1, true);
+    add("docker0", 4, 1, false);  // bridge
+    add("tun0", 5, 65534, false);
+    add("ib0", 6, 32, true);  // InfiniBand adapter: not Ethernet
+    sandbox.root().write("proc/net/route",
+                         "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\tWindow\tIRTT\n"
+                         "docker0\t000011AC\t00000000\t0001\t0\t0\t0\t0000FFFF\t0\t0\t0\n"
+                         "enp3s0\t00000000\t0100A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n"
+                         "wlp2s0\t00000000\t0101A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n"
+                         "tun0\t00000000\t00000000\t0000\t0\t0\t0\t00000000\t0\t0\t0\n");  // down
+    std::vector<std::tuple<std::string, int, bool, bool>> seen;
+    for (const auto &i : platform::networkInterfaces().get()->list())
+        seen.emplace_back(i.name, i.index, i.hardware, i.defaultRoute);
+    EXPECT_EQ(seen, (std::vector<std::tuple<std::string, int, bool, bool>>{{"lo", 1, false, false},
+                                                                            {"enp3s0", 2, true, false},
+                                                                            {"wlp2s0", 3, true, true},
+                                                                            {"docker0", 4, false, false},
+                                                                            {"tun0", 5, false, false},
+                                                                            {"ib0", 6, false, false}}));
+}
+
 TEST(NetworkInterfaces, NoInterfaceFolderIsAnEmptyList) {
     SystemRootSandbox sandbox;
     EXPECT_TRUE(platform::networkInterfaces().get()->list().empty());
@@ -119,6 +151,55 @@ TEST(MacAddressCache, EmptyTableIsFilledAgain) {
     fake->interfaces = {{"en1", "00:1c:42:aa:bb:01"}};
     EXPECT_EQ(cache.addresses().at("en1"), "00.1c.42.aa.bb.01");
     EXPECT_EQ(fake->calls, 3);
+}
+
+TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
+    using platform::NetworkInterface;
+    const NetworkInterface lo{"lo", "", 1}, bridge{"docker0", "02:42:ac:11:00:01", 4},
+        veth{"veth1a2b", "6a:3f:00:00:00:05", 5}, wired{"enp3s0", "00:1c:42:00:00:02", 2, true},
+        wifi{"wlp2s0", "00:1c:42:00:00:03", 3, true}, usb{"enx00e04c", "00:e0:4c:00:00:06", 6, true};
+    auto routed = [](NetworkInterface i) { return i.defaultRoute = true, i; };
+    struct Case {
+        const char *name;
+        std::vector<NetworkInterface> interfaces;
+        std::vector<std::string> enAddresses;  // of en0, en1, ...
+    };
+    const std::vector<Case> cases = {
+        {"route on Wi-Fi", {lo, wired, routed(wifi), bridge, veth, usb},
+         {"00.1c.42.00.00.03", "00.1c.42.00.00.02", "00.e0.4c.00.00.06"}},
+        {"route on a bridge", {lo, wired, wifi, routed(bridge), usb}, {"00.1c.42.00.00.02", "00.1c.42.00.00.03", "00.e0.4c.00.00.06"}},
+        {"container", {lo, routed(veth)}, {}},
+    };
+    for (const Case &c : cases) {
+        auto fake = std::make_shared<CountingInterfaces>();
+        fake->interfaces = c.interfaces;
+        auto guard = platform::networkInterfaces().install(fake);
+        MacAddressTable table = MacAddressCache().addresses();
+        for (size_t i = 0; i <= c.enAddresses.size(); ++i) {
+            auto it = table.find("en" + std::to_string(i));
+            if (i == c.enAddresses.size()) EXPECT_EQ(it, table.end()) << c.name;
+            else EXPECT_EQ(it == table.end() ? "none" : it->second, c.enAddresses[i]) << c.name << " en" << i;
+        }
+        for (const NetworkInterface &interface : c.interfaces)  // the system's names stay beside them
+            EXPECT_EQ(table.count(interface.name), 1u) << c.name << " " << interface.name;
+    }
+}
+
+TEST(MacAddressCache, ThisMachine) {
+    MacAddressTable table = MacAddressCache().addresses();
+    std::string mapped;
+    for (const platform::NetworkInterface &interface : platform::networkInterfaces().get()->list())
+        mapped += interface.name + (interface.hardware ? " (adapter" : " (software") +
+                  (interface.defaultRoute ? ", default route) " : ") ");
+    for (const auto &[name, address] : table) mapped += "\n  " + name + " = " + address;
+    std::cout << "interfaces: " << mapped << std::endl;
+    // Every "en" name carries the address of one of the machine's adapters.
+    for (size_t i = 0; table.count("en" + std::to_string(i)); ++i) {
+        bool found = false;
+        for (const platform::NetworkInterface &interface : platform::networkInterfaces().get()->list())
+            found |= interface.hardware && table.at(interface.name) == table.at("en" + std::to_string(i));
+        EXPECT_TRUE(found) << "en" << i;
+    }
 }
 
 TEST(HardwareIdentification, PrimaryAndAlternativeAddresses) {

@@ -1,6 +1,10 @@
 // The forgiving wrappers: VORKXMLNode, VORKXMLDocument and VORKXMLMessage.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "support/Nginx.h"
 #include "support/TempDir.h"
 #include "xml/VORKXMLDocument.h"
 #include "xml/VORKXMLMessage.h"
@@ -129,6 +133,30 @@ TEST(VORKXMLDocument, FromFileAndFailedParse) {
     EXPECT_FALSE(broken.xml());
     EXPECT_TRUE(broken.rootNode().nodesForXPath("//*").empty());
     EXPECT_FALSE(broken.rootNode().stringForXPath("a"));
+}
+
+TEST(VORKXMLDocument, FromNetworkLocation) {
+    test::TempDir dir;
+    test::Nginx nginx((dir / "nginx").string());
+    std::ofstream(nginx.wwwFolder() + "/doc.xml") << "<a><b>7</b></a>";
+    std::ofstream(nginx.wwwFolder() + "/bad.xml") << "<a><b>";
+    struct Case {
+        std::string location;
+        bool read;  // parsed without error
+    };
+    const std::vector<Case> cases = {
+        {nginx.httpUrl("/doc.xml"), true},
+        {"HTTP" + nginx.httpUrl("/doc.xml").substr(4), true},  // the scheme in any case
+        {nginx.httpUrl("/bad.xml"), false},
+        {nginx.httpUrl("/missing.xml"), false},  // 404
+        {nginx.httpsUrl("/doc.xml"), false},     // self-signed certificate: not trusted
+        {"http://127.0.0.1:" + std::to_string(test::freeLoopbackPort()) + "/doc.xml", false},
+    };
+    for (const Case &c : cases) {
+        VORKXMLDocument doc = VORKXMLDocument::fromURL(c.location);
+        EXPECT_EQ(!doc.lastError(), c.read) << c.location;
+        EXPECT_EQ(doc.rootNode().integerForXPath("a/b/text()"), c.read ? 7 : 0) << c.location;
+    }
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include "ZelTestSupport.h"
 #include "message/Constants.h"
+#include "platform/Clock.h"
 #include "message/VCCMessageContent.h"
 #include "xml/XmlNode.h"
 #include "zel/VCCZelService.h"
@@ -139,6 +140,22 @@ TEST(ClockSkew, OffByDefaultAndMarksOldRepliesWhenSet) {
     auto marked = submit(300);
     EXPECT_EQ(marked->content()->status()->code(), 1504);
     EXPECT_EQ(marked->content()->status()->title(), "Clock Skew Error");
+}
+
+TEST(ClockSkew, TheDifferenceIsComparedExactly) {
+    VCCZelRequest request(keepAliveMessage(), std::string("http://127.0.0.1:1/client"));
+    request.setMaxClockSkew(300);
+    struct Pinned : platform::Clock {
+        std::chrono::system_clock::time_point now() override { return std::chrono::system_clock::time_point{}; }
+    };
+    auto pinned = platform::clock().install(std::make_shared<Pinned>());
+    // Reply time stamp relative to now, in milliseconds, and whether it is skew.
+    for (auto [offset, skewed] : {std::pair{-300'000, false}, {300'000, false}, {-300'900, true}, {300'900, true}}) {
+        auto reply = VCCMessage::messageWithType("reply");
+        reply->setMessageTimestamp(dateNow() + std::chrono::milliseconds(offset));
+        request.checkClockSkew(*reply);
+        EXPECT_EQ(reply->content()->status()->code(), skewed ? 1504 : 0) << offset;
+    }
 }
 
 TEST(ClockSkew, AMessageWithoutContentIsLeftAlone) {

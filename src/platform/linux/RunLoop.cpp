@@ -1,3 +1,6 @@
+// The run loop on Linux: an epoll set per loop, with an eventfd that posts
+// from other threads write to, and the earliest timer as the wait's limit.
+// The interface (src/runloop/RunLoop.h) says nothing about the mechanism.
 #include "runloop/RunLoop.h"
 
 #include <sys/epoll.h>
