@@ -1,0 +1,53 @@
+// The console user on Linux.
+//
+// When logind manages seat0 (the seat with the machine's own screen and
+// keyboard), the console user is the user of seat0's active session, asked
+// through sd-login. When no login manager runs (containers, minimal
+// systems), the login records in utmp decide (see Utmp.h).
+#include "platform/ConsoleUser.h"
+
+#include <systemd/sd-login.h>
+#include <utmp.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "base/SystemRoot.h"
+#include "platform/linux/Utmp.h"
+
+namespace vork::platform {
+
+namespace {
+
+struct FreeOnExit {
+    char *text = nullptr;
+    ~FreeOnExit() { std::free(text); }
+};
+
+class LinuxConsoleUser : public ConsoleUser {
+public:
+    std::string userName() override {
+        FreeOnExit session;
+        int found = sd_seat_get_active("seat0", &session.text, nullptr);
+        if (found >= 0) {
+            FreeOnExit user;
+            if (sd_session_get_username(session.text, &user.text) >= 0 && user.text) return user.text;
+            return {};
+        }
+        // The seat exists but no session is active there: no one at the console.
+        if (found == -ENODATA) return {};
+        // No login manager keeps seat0.
+        return consoleUserFromUtmp(systemPath(_PATH_UTMP));
+    }
+};
+
+std::shared_ptr<ConsoleUser> makeDefault() { return std::make_shared<LinuxConsoleUser>(); }
+
+}  // namespace
+
+ServiceSlot<ConsoleUser> &consoleUser() {
+    static ServiceSlot<ConsoleUser> slot(&makeDefault);
+    return slot;
+}
+
+}  // namespace vork::platform
