@@ -60,7 +60,9 @@ TEST(OperatingSystem, WildCardPatterns) {
              {"", "x", {"x", "x", "x"}, nullptr, "0.0.0"}}) {
         SCOPED_TRACE(c.pattern);
         EXPECT_EQ(VORKOperatingSystem::versionStringPartsFromWildCardString(c.pattern, c.wild), c.parts);
-        if (c.matching) EXPECT_TRUE(VORKOperatingSystem(c.matching).matchesVersionString(c.pattern, c.wild));
+        if (c.matching) {
+            EXPECT_TRUE(VORKOperatingSystem(c.matching).matchesVersionString(c.pattern, c.wild));
+        }
         EXPECT_FALSE(VORKOperatingSystem(c.notMatching).matchesVersionString(c.pattern, c.wild));
     }
 }

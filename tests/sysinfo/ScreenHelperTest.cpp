@@ -82,10 +82,13 @@ public:
             _exit(127);
         }
         close(fds[1]);
-        char buffer[32] = {};
-        ssize_t got = read(fds[0], buffer, sizeof buffer - 1);
+        // The number and its line end may come in two writes; the server
+        // fails if the pipe closes between them.
+        std::string number;
+        char c;
+        while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
         close(fds[0]);
-        if (got > 0) display_ = ":" + std::to_string(std::atoi(buffer));
+        if (!number.empty()) display_ = ":" + number;
     }
     ~Xvfb() { stop(); }
     void stop() {
@@ -96,7 +99,7 @@ public:
     }
     const std::string &display() const { return display_; }
     int xrandr(const std::string &args) const {
-        return std::system(("DISPLAY=" + display_ + " xrandr " + args + " >/dev/null 2>&1").c_str());
+        return std::system(("DISPLAY=" + display_ + " xrandr " + args + " >/dev/null").c_str());
     }
 
 private:

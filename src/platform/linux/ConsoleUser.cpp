@@ -7,10 +7,12 @@
 #include "platform/ConsoleUser.h"
 
 #include <systemd/sd-login.h>
+#include <pwd.h>
 #include <utmp.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <vector>
 
 #include "base/SystemRoot.h"
 #include "platform/linux/Utmp.h"
@@ -24,15 +26,23 @@ struct FreeOnExit {
     ~FreeOnExit() { std::free(text); }
 };
 
+std::string userNameOf(uid_t uid) {
+    std::vector<char> buffer(16384);
+    struct passwd entry;
+    struct passwd *found = nullptr;
+    if (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return {};
+    return found->pw_name;
+}
+
 class LinuxConsoleUser : public ConsoleUser {
 public:
     std::string userName() override {
         FreeOnExit session;
         int found = sd_seat_get_active("seat0", &session.text, nullptr);
         if (found >= 0) {
-            FreeOnExit user;
-            if (sd_session_get_username(session.text, &user.text) >= 0 && user.text) return user.text;
-            return {};
+            uid_t uid = 0;
+            if (sd_session_get_uid(session.text, &uid) < 0) return {};
+            return userNameOf(uid);
         }
         // The seat exists but no session is active there: no one at the console.
         if (found == -ENODATA) return {};
