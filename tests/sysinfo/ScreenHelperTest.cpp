@@ -66,16 +66,14 @@ TEST(ScreenHelper, LogLinesAndTheCFunction) {
 }
 
 // An Xvfb server on a display number it picks itself, stopped on destruction.
-class Xvfb {
-public:
-    explicit Xvfb(const std::string &geometry) {
+struct Xvfb {
+    Xvfb() {
         int fds[2];
         if (pipe(fds) != 0) return;
         const std::string fd = std::to_string(fds[1]);
         const char *argv[] = {"Xvfb", "-displayfd", fd.c_str(), "-noreset", "-nolisten", "tcp",
-                              "-screen", "0", geometry.c_str(), nullptr};
-        pid_ = fork();
-        if (pid_ == 0) {
+                              "-screen", "0", "1440x900x24", nullptr};
+        if ((pid = fork()) == 0) {
             close(fds[0]);
             freopen("/dev/null", "w", stderr);
             execvp("Xvfb", const_cast<char *const *>(argv));
@@ -84,46 +82,32 @@ public:
         close(fds[1]);
         // The number and its line end may come in two writes; the server
         // fails if the pipe closes between them.
-        std::string number;
         char c;
-        while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+        while (read(fds[0], &c, 1) == 1 && c != '\n') display += c;
         close(fds[0]);
-        if (!number.empty()) display_ = ":" + number;
+        if (!display.empty()) display.insert(0, ":");
     }
     ~Xvfb() { stop(); }
     void stop() {
-        if (pid_ <= 0) return;
-        kill(pid_, SIGTERM);
-        waitpid(pid_, nullptr, 0);
-        pid_ = -1;
+        if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
+        pid = -1;
     }
-    const std::string &display() const { return display_; }
     int xrandr(const std::string &args) const {
-        return std::system(("DISPLAY=" + display_ + " xrandr " + args + " >/dev/null").c_str());
+        return std::system(("DISPLAY=" + display + " xrandr " + args + " >/dev/null").c_str());
     }
-
-private:
-    pid_t pid_ = -1;
-    std::string display_;
-};
-
-// Points $DISPLAY somewhere for the life of the object.
-struct DisplayVariable {
-    explicit DisplayVariable(const std::string &value) {
-        if (const char *old = getenv("DISPLAY")) previous = old;
-        setenv("DISPLAY", value.c_str(), 1);
-    }
-    ~DisplayVariable() { previous ? setenv("DISPLAY", previous->c_str(), 1) : unsetenv("DISPLAY"); }
-    std::optional<std::string> previous;
+    pid_t pid = -1;
+    std::string display;
 };
 
 TEST(ScreenHelper, RealXServerWithTwoMonitors) {
-    Xvfb server("1440x900x24");
-    ASSERT_FALSE(server.display().empty()) << "Xvfb did not start (package xvfb)";
+    Xvfb server;
+    ASSERT_FALSE(server.display.empty()) << "Xvfb did not start (package xvfb)";
     // A second monitor to the right of the first, which is made the primary one.
     ASSERT_EQ(server.xrandr("--setmonitor second 1440/381x900/238+1440+0 none"), 0);
     ASSERT_EQ(server.xrandr("--output screen --primary"), 0);
-    DisplayVariable display(server.display());
+    const char *previous = getenv("DISPLAY");
+    const std::string saved = previous ? previous : "";
+    setenv("DISPLAY", server.display.c_str(), 1);
     EXPECT_EQ(ScreenHelper::screenRects(), std::vector<Rect>({{0, 0, 1440, 900}, {1440, 0, 1440, 900}}));
     int32_t x = 2000, y = 100, width = 800, height = 600;
     EXPECT_EQ(adjustWindowCoordinates(&x, &y, &width, &height), 0);  // on the second monitor
@@ -132,6 +116,7 @@ TEST(ScreenHelper, RealXServerWithTwoMonitors) {
     EXPECT_EQ(std::vector<int32_t>({x, y, width, height}), std::vector<int32_t>({320, 150, 800, 600}));
     server.stop();
     EXPECT_TRUE(ScreenHelper::screenRects().empty());  // no reachable display
+    previous ? setenv("DISPLAY", saved.c_str(), 1) : unsetenv("DISPLAY");
 }
 
 }  // namespace

@@ -40,11 +40,11 @@ TEST(SystemInformation, ReadsTheThreeFieldsOfRealisticOutputs) {
 }
 
 TEST(SystemInformation, MissingFieldsRaiseByName) {
-    struct Case { std::string output; std::string (VORKSystemInformation::*get)(const std::string &); const char *name, *reason; };
-    const std::string noBuild = "ProductName:\tmacOS\nProductVersion:\t14.0\n";
+    using Get = std::string (VORKSystemInformation::*)(const std::string &);
+    struct Case { const char *output; Get get; const char *name, *reason; };
     for (const Case &c : std::initializer_list<Case>{
-             {noBuild, &VORKSystemInformation::getBuildVersionFromString, "Build Version Not Found",
-              "Operating System Build version was not found"},
+             {"ProductName:\tmacOS\nProductVersion:\t14.0\n", &VORKSystemInformation::getBuildVersionFromString,
+              "Build Version Not Found", "Operating System Build version was not found"},
              {"", &VORKSystemInformation::getVersionStringFromString, "Operating System Version Not Found",
               "Operating System Version was not found"},
              {"Product Name: macOS", &VORKSystemInformation::getProductNameFromString, "Product Name Not Found",
@@ -54,8 +54,7 @@ TEST(SystemInformation, MissingFieldsRaiseByName) {
             (info.*c.get)(c.output);
             ADD_FAILURE() << c.name;
         } catch (const OperatingSystemVersionNotFound &e) {
-            EXPECT_EQ(e.name(), c.name);
-            EXPECT_EQ(e.reason(), c.reason);
+            EXPECT_EQ(std::make_pair(e.name(), e.reason()), std::make_pair(std::string(c.name), std::string(c.reason)));
         }
     }
     EXPECT_THROW(VORKSystemInformation().getVersionStringFromString("ProductVersion 14.0"), std::runtime_error);
