@@ -10,6 +10,7 @@ PACKAGES=(
   libplist-dev libsqlite3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   nginx-light curl python3 python3-lxml
+  libsystemd-dev libx11-dev libxrandr-dev xvfb x11-xserver-utils
 )
 
 missing=()

@@ -27,5 +27,6 @@
 #include "filehash.h"
 #include "httptransfer.h"
 #include "server.h"
+#include "system.h"
 
 #endif
