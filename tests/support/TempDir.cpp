@@ -35,6 +35,12 @@ std::filesystem::path TempDir::write(const std::string &relative, const std::str
     return file;
 }
 
+std::filesystem::path TempDir::writeExecutable(const std::string &relative, const std::string &content) const {
+    std::filesystem::path file = write(relative, content);
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);
+    return file;
+}
+
 SystemRootSandbox::SystemRootSandbox() { setSystemRoot(dir_.str()); }
 
 SystemRootSandbox::~SystemRootSandbox() { clearSystemRootOverride(); }

@@ -19,6 +19,8 @@ public:
 
     // Writes a file (making its folders) and answers its path.
     std::filesystem::path write(const std::string &relative, const std::string &content) const;
+    // The same, made executable by its owner (a stand-in for a system tool).
+    std::filesystem::path writeExecutable(const std::string &relative, const std::string &content) const;
 
 private:
     std::filesystem::path path_;
