@@ -10,8 +10,8 @@ inline constexpr const char *kDiskUtilPath = "/usr/sbin/diskutil";
 inline constexpr const char *kHdiUtilPath = "/usr/bin/hdiutil";
 
 // The tool's standard output. A host without the tool (a Linux machine)
-// runs nothing, logs why and answers "", the output of a tool that printed
-// nothing, so every caller takes its neutral path.
+// starts nothing and answers "", the output of a tool that printed nothing,
+// so every caller takes its neutral path; the task runner logs why.
 std::string runTool(const char *absolutePath, const std::vector<std::string> &args);
 
 // "(a, b, c)": how an argument list appears in log lines.

@@ -68,7 +68,7 @@ TEST(PartitionDiskC, FailuresAnswerFalseAndLogTheException) {
         {"broken property list", {1000}, true, "<plist><dict><key>AllDisks</key>", kDone,
          "partitionDisk: exception=The target disk id disk0s2 was not found", {kCsList, kList}},
         {"tool prints nothing", {1000}, true, "", kDone, "Unable to read output from", {kCsList, kList}},
-        {"tool missing", {1000}, false, "", kDone, "runTool: /usr/sbin/diskutil is not installed", {}},
+        {"tool missing", {1000}, false, "", kDone, "/usr/sbin/diskutil could not be started", {}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);

@@ -14,7 +14,7 @@ namespace {
 
 // Records "$@" one argument a line, closes the run with "--end--", then
 // prints the first unused answer for "$*" (or the last one).
-constexpr const char *kScript = R"(#!/bin/sh
+constexpr const char *kScript = R"SH(#!/bin/sh
 d="$0.d"
 for a in "$@"; do printf '%s\n' "$a"; done >> "$d/calls"
 printf '%s\n' '--end--' >> "$d/calls"
@@ -29,7 +29,7 @@ done
 [ -n "$pick" ] || exit 0
 : > "$pick.used"
 cat "$pick.out"
-)";
+)SH";
 
 std::vector<std::string> fields(const std::string &entry) {
     std::vector<std::string> parts;
@@ -51,10 +51,7 @@ std::string dictionary(const std::string &entry, const std::string &children) {
 }  // namespace
 
 StandInTool::StandInTool(const SystemRootSandbox &sandbox, const std::string &absolutePath) {
-    const fs::path script = sandbox.at(absolutePath);
-    fs::create_directories(script.parent_path());
-    std::ofstream(script) << kScript;
-    fs::permissions(script, fs::perms::owner_all);
+    const fs::path script = sandbox.root().writeExecutable(absolutePath.substr(1), kScript);
     state_ = script.string() + ".d";
     fs::create_directories(state_);
 }
