@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "StandInTool.h"
+#include "disks/DiskUtilInfo.h"
 #include "support/RecordingLog.h"
 
 namespace vork::test {
@@ -100,6 +101,21 @@ TEST(PartitionDiskC, OneMegabyteLeftAndNoPartitionsStillRun) {
         EXPECT_TRUE(partitionDisk("disk0s2"));
         EXPECT_EQ(d.tool.calls(), (Calls{kCsList, kList, command, kList}));
     }
+}
+
+TEST(DiskUtilInfoTool, ADiskMissingFromWholeDisksIsAskedForEntryByEntry) {
+    DiskUtil d;
+    d.tool.answer(kList, "<plist version=\"1.0\"><dict><key>AllDisks</key><array><string>disk5</string><string>disk5s1</string>"
+                         "<string>disk6s1</string></array><key>WholeDisks</key><array/></dict></plist>");
+    d.tool.answer({"list", "-plist", "disk5"}, "broken");
+    d.tool.answer({"list", "-plist", "disk5s1"}, "<plist version=\"1.0\"><dict><key>DeviceIdentifier</key><string>disk5s1</string>"
+                                                 "<key>Size</key><integer>7</integer><key>TotalSize</key><integer>1500000</integer></dict></plist>");
+    DiskUtilInfo info;
+    info.retrievePartitionsForDisk("disk5s1");
+    ASSERT_EQ(info.partitions().size(), 1u);
+    EXPECT_EQ(info.partitions()[0]->size, 2);
+    EXPECT_EQ(d.tool.calls(), (Calls{kList, {"list", "-plist", "disk5"}, {"list", "-plist", "disk5s1"}}));
+    EXPECT_TRUE(d.log.contains("     Partition name=(null), diskId=disk5s1"));
 }
 
 TEST(PartitionDiskC, NeutralAnswersWithoutAnInstance) {
