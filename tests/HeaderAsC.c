@@ -7,7 +7,8 @@
 int main(void) {
     VORKReleaseScopePush();
     const char *address = currentIpAddress();
-    int ok = address != NULL && ipAddressInRange("10.0.0.5", "10.0.0.1", "10.0.0.10") == 1;
+    int ok = address != NULL && ipAddressInRange("10.0.0.5", "10.0.0.1", "10.0.0.10") == 1 &&
+             !dmgHasMultiplePartitions(NULL) && volumeInfoType() == -1;
     VORKReleaseScopePop();
     if (!ok) {
         fprintf(stderr, "C caller saw a wrong result\n");

@@ -26,6 +26,7 @@
 #include "filecopy.h"
 #include "filehash.h"
 #include "httptransfer.h"
+#include "disks.h"
 #include "server.h"
 #include "system.h"
 
