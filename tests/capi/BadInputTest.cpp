@@ -52,6 +52,7 @@ bool percent(const Out &out) {
     return d && *d >= -1.0 && *d <= 100.0;
 }
 bool anything(const Out &) { return true; }
+bool isFalse(const Out &out) { return numberIs(out, 0); }
 // A server call's answer: a status-1999 reply message. EXPECTED TO BE FIXED
 // (in the server session): when the machine's UUID cannot be read, as in
 // this sandbox, the failure message cannot be built and the call answers
@@ -151,6 +152,44 @@ const std::map<std::string, Row> &rows() {
         {"adminAddObject", {[](const In &) { return text(adminAddObject()); }, failureReply}},
         {"getPrinterInfo", {[](const In &in) { return text(getPrinterInfo(in.number)); }, failureReply}},
         {"retrieveScriptData", {[](const In &in) { return text(retrieveScriptData(in.number)); }, failureReply}},
+        // Disks: the sandbox has no disk tools, so nothing is found.
+        {"partitionInit", {none(partitionInit), anything}},
+        {"addPartition", {[](const In &in) { return Out((long long)addPartition(in.text, in.text, in.number)); }, anything}},
+        {"partitionDisk", {[](const In &in) { return Out((long long)partitionDisk(in.text)); }, isFalse}},
+        {"getPartitionMountPointByDiskId", {[](const In &in) { return text(getPartitionMountPointByDiskId(in.text)); }, nonNullText}},
+        {"getPartitionMountPointByName", {[](const In &in) { return text(getPartitionMountPointByName(in.text)); }, nonNullText}},
+        {"getPartitionDiskId", {[](const In &in) { return text(getPartitionDiskId(in.text)); }, nonNullText}},
+        {"coreStorageInfoInit", {none(coreStorageInfoInit), anything}},
+        {"coreStorageInfoTerm", {none(coreStorageInfoTerm), anything}},
+        {"loadCoreStorageInfo", {[](const In &) { return Out((long long)loadCoreStorageInfo()); }, anything}},
+        {"hasCoreStorage", {[](const In &) { return Out((long long)hasCoreStorage()); }, isFalse}},
+        {"isFusionDrive", {[](const In &in) { return Out((long long)isFusionDrive(in.text)); }, isFalse}},
+        {"retrieveVolumeForDiskId", {[](const In &in) { return Out((long long)retrieveVolumeForDiskId(in.text)); }, isFalse}},
+        {"retrieveLogicalVolumeGroupForDiskId",
+         {[](const In &in) { return Out((long long)retrieveLogicalVolumeGroupForDiskId(in.text)); }, isFalse}},
+        {"physicalVolumeQty", {[](const In &) { return Out((long long)physicalVolumeQty()); }, isFalse}},
+        {"retrievePhysicalVolume", {[](const In &in) { return Out((long long)retrievePhysicalVolume(in.number)); }, isFalse}},
+        {"unmountedEncryptedVolumeQty", {[](const In &) { return Out((long long)unmountedEncryptedVolumeQty()); }, isFalse}},
+        {"retrieveUnmountedEncryptedPhysicalVolume",
+         {[](const In &in) { return Out((long long)retrieveUnmountedEncryptedPhysicalVolume(in.number)); }, isFalse}},
+        {"volumeInfoName", {[](const In &) { return text(volumeInfoName()); }, nonNullText}},
+        {"volumeInfoVolumeId", {[](const In &) { return text(volumeInfoVolumeId()); }, nonNullText}},
+        {"volumeInfoDiskId", {[](const In &) { return text(volumeInfoDiskId()); }, nonNullText}},
+        {"volumeInfoStatus", {[](const In &) { return text(volumeInfoStatus()); }, nonNullText}},
+        {"volumeInfoType", {[](const In &) { return Out((long long)volumeInfoType()); }, anything}},
+        {"volumeInfoSize", {[](const In &) { return Out((long long)volumeInfoSize()); }, anything}},
+        {"setGlobalVolumeInfo", {[](const In &) { setGlobalVolumeInfo(nullptr); return Out(); }, anything}},
+        {"dmgHasMultiplePartitions", {[](const In &in) { return Out((long long)dmgHasMultiplePartitions(in.text)); }, isFalse}},
+        // System information.
+        {"getOSXInstallVersion", {[](const In &in) { return text(getOSXInstallVersion(in.text)); },
+                                  [](const Out &o) { return textIs(o, ""); }}},
+        {"adjustWindowCoordinates",
+         {[](const In &in) {
+              int32_t x = in.number, y = in.number, width = in.number, height = in.number;
+              const bool nullMoved = adjustWindowCoordinates(nullptr, &y, nullptr, &height);
+              return Out((long long)(nullMoved ? 2 : adjustWindowCoordinates(&x, &y, &width, &height)));
+          },
+          [](const Out &o) { return std::get<long long>(o) != 2; }}},
     };
     return table;
 }
