@@ -553,6 +553,7 @@ void Driver::begin(const std::shared_ptr<Connection::Job> &job) {
         curl_easy_setopt(easy, CURLOPT_SSLKEY_BLOB, &key);
         curl_easy_setopt(easy, CURLOPT_SSLKEYTYPE, "PEM");
     }
+    if (r.tls) applyTlsCredentials(easy, *r.tls);
 
     if (r.bodyFilePath && job->bodyFd < 0) {
         // The body file cannot be read: the connection fails as the

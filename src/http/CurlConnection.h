@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "http/TlsCredentials.h"
 #include "http/URLCredential.h"
 #include "http/URLError.h"
 
@@ -61,6 +62,7 @@ struct ConnectionRequest {
     std::optional<std::string> username;
     std::optional<std::string> password;
     std::optional<ClientIdentity> clientIdentity;
+    std::shared_ptr<const TlsCredentials> tls;  // client identity and extra authorities
     // Where the body goes; null keeps it in memory.
     std::shared_ptr<OutputFile> outputFile;
     // The byte offset asked for with a "Range" header (0 for none).

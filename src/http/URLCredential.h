@@ -1,27 +1,2 @@
 #pragma once
-// A credential the HTTP request can present: a user name and password for
-// HTTP Basic or Digest, or a client identity (certificate and private key,
-// PEM) for TLS client authentication.
-#include <optional>
-#include <string>
-
-namespace vork {
-
-struct ClientIdentity {
-    std::string certificatePem;
-    std::string privateKeyPem;
-};
-
-struct URLCredential {
-    std::optional<std::string> user;
-    std::optional<std::string> password;
-    std::optional<ClientIdentity> identity;
-
-    static URLCredential withIdentity(ClientIdentity identity) {
-        URLCredential c;
-        c.identity = std::move(identity);
-        return c;
-    }
-};
-
-}  // namespace vork
+#include "VORKCoreCommC/http/URLCredential.h"

@@ -32,6 +32,7 @@
 
 #include "VORKCoreCommC/export.h"
 #include "http/CurlConnection.h"
+#include "http/TlsCredentials.h"
 #include "http/URLCredential.h"
 #include "http/URLError.h"
 #include "http/VORKHTTPResponse.h"
@@ -129,6 +130,11 @@ public:
     void setApplicationLocation(std::optional<std::string> v) { applicationLocation_ = std::move(v); }
     bool allowInvalidCert() const { return allowInvalidCert_; }
     void setAllowInvalidCert(bool v) { allowInvalidCert_ = v; }
+    // A client identity and extra authorities for this request's TLS; the
+    // identity from the notify object and the trusted authorities of the
+    // trust settings are added when the request is submitted.
+    const http::TlsCredentials &tlsCredentials() const { return tlsCredentials_; }
+    void setTlsCredentials(http::TlsCredentials v) { tlsCredentials_ = std::move(v); }
     const std::optional<std::string> &uploadFilePath() const { return uploadFilePath_; }
     void setUploadFilePath(std::optional<std::string> v) { uploadFilePath_ = std::move(v); }
     const std::optional<std::string> &downloadFilePath() const { return downloadFilePath_; }
@@ -203,6 +209,7 @@ private:
     std::optional<std::string> p12Password_;
     std::optional<std::string> applicationLocation_;
     bool allowInvalidCert_ = false;
+    http::TlsCredentials tlsCredentials_;
     std::optional<std::string> uploadFilePath_;
     std::optional<std::string> downloadFilePath_;
     int64_t resumeFromLocation_ = 0;

@@ -11,6 +11,7 @@
 
 #include "base/SystemRoot.h"
 #include "platform/EffectiveUser.h"
+#include "platform/FileOwnership.h"
 
 namespace vork::util {
 
@@ -44,16 +45,21 @@ std::string appendingPathComponent(const std::string &base, const std::string &n
 
 Permissions privateFolderPermissions() { return permissionsWithOwner(0, adminGroupId(), kPrivateFolderMode); }
 
+}  // namespace
+
 // Sets owner and group (when given), then the mode; failures are ignored.
 // The mode goes last because changing the owner can clear set-id bits.
 void applyPermissions(const std::string &path, const Permissions &permissions) {
+    auto files = platform::fileOwnership().get();
     if (permissions.owner || permissions.group) {
         const uid_t owner = permissions.owner ? static_cast<uid_t>(*permissions.owner) : static_cast<uid_t>(-1);
         const gid_t group = permissions.group ? static_cast<gid_t>(*permissions.group) : static_cast<gid_t>(-1);
-        (void)::chown(path.c_str(), owner, group);
+        (void)files->changeOwner(path, owner, group);
     }
-    (void)::chmod(path.c_str(), static_cast<mode_t>(permissions.mode));
+    (void)files->changeMode(path, static_cast<mode_t>(permissions.mode));
 }
+
+namespace {
 
 // Creates the folder and any missing folders above it. Every folder this
 // call creates gets the permissions when they are given, otherwise the
