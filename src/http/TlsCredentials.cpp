@@ -51,9 +51,13 @@ void applyTlsCredentials(void *easyHandle, const TlsCredentials &credentials) {
     if (!credentials.extraAuthorities.empty()) {
         curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, addAuthorities);
         curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, const_cast<TlsCredentials *>(&credentials));
-        // A cached store would carry these authorities into connections
-        // made after they stopped being trusted.
+        // A cached store, or a kept connection, would carry these
+        // authorities past the moment they stop being trusted: libcurl
+        // matches kept connections on its own options, which do not see
+        // what this callback adds. So connections verified with them are
+        // neither cached nor kept.
         curl_easy_setopt(easy, CURLOPT_CA_CACHE_TIMEOUT, 0L);
+        curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
     }
 }
 
