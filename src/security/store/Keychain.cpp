@@ -2,6 +2,7 @@
 
 #include <openssl/crypto.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "VORKCoreCommC/security/VORKSecurityStatus.h"
@@ -321,7 +322,7 @@ OSStatus Keychain::usePrivateKey(int64_t row, const std::function<OSStatus(EVP_P
     const auto keychainAccess = meta("access_id");
     const bool restricted = !select.isNull(1) || keychainAccess.has_value();
     const bool allowed = (!select.isNull(1) && accessAllows(select.integer(1))) ||
-                         (keychainAccess && accessAllows(std::stoll(*keychainAccess)));
+                         (keychainAccess && accessAllows(std::strtoll(keychainAccess->c_str(), nullptr, 10)));
     if (restricted && !allowed) return errSecInteractionNotAllowed;
     auto key = crypto::decryptPrivateKey(select.blob(0), *password_);
     if (!key) return errSecAuthFailed;
