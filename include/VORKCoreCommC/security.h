@@ -1,4 +1,4 @@
-/* Security: the error domain shared by the security classes and file hashing. */
+/* Security: the error domain and the constants of the security classes. */
 #ifndef VORKCORECOMMC_SECURITY_H
 #define VORKCORECOMMC_SECURITY_H
 
@@ -14,5 +14,14 @@
  * whole process.
  */
 VORK_API const char *const VORKSecurityErrorDomain;
+
+/* The path of the system keychain ("/Library/Keychains/System.keychain"),
+ * which the security facade never unlocks and never creates. */
+VORK_API const char *const VORKSecuritySystemKeychainPath;
+
+/* The fixed password of the keychain files this library creates; the same
+ * value creates and unlocks them. Kept in plain text on purpose: the
+ * keychain's protection is its file mode and its access lists. */
+VORK_API const char *const VORKSecurityPlainTextPasswordThisIsBad;
 
 #endif

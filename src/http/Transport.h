@@ -18,6 +18,7 @@
 
 #include "http/AuthenticationChallenge.h"
 #include "http/OutputFile.h"
+#include "http/TlsCredentials.h"
 #include "http/URLCredential.h"
 #include "http/URLError.h"
 #include "platform/Service.h"
@@ -36,7 +37,7 @@ struct ConnectionRequest {
     // Answers HTTP Basic and Digest challenges when both are set.
     std::optional<std::string> username;
     std::optional<std::string> password;
-    std::optional<ClientIdentity> clientIdentity;
+    std::shared_ptr<const TlsCredentials> tls;  // client identity and extra authorities
     // Where the body goes; null keeps it in memory.
     std::shared_ptr<OutputFile> outputFile;
     // The byte offset asked for with a "Range" header (0 for none).

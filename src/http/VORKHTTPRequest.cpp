@@ -151,12 +151,14 @@ void VORKHTTPRequest::initializeConnection() {
         request.username = username_;
         request.password = password_;
     }
+    http::TlsCredentials tls = tlsCredentials_;
     if (canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate)) {
         // libcurl needs the identity before the handshake, so it is asked for
         // up front instead of when the server asks.
         if (auto credential = credentialForCertFile(); credential && credential->identity)
-            request.clientIdentity = credential->identity;
+            tls.clientIdentity = credential->identity;
     }
+    request.tls = http::tlsCredentialsFor(std::move(tls));
     request.outputFile = fileHandle_;
     request.resumeOffset = resumeFromLocation_;
     connection_ = http::transport().get()->start(

@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "VORKCoreCommC/export.h"
+#include "http/TlsCredentials.h"
 #include "http/Transport.h"
 #include "http/URLCredential.h"
 #include "http/URLError.h"
@@ -136,6 +137,11 @@ public:
     void setApplicationLocation(std::optional<std::string> v) { applicationLocation_ = std::move(v); }
     bool allowInvalidCert() const { return allowInvalidCert_; }
     void setAllowInvalidCert(bool v) { allowInvalidCert_ = v; }
+    // A client identity and extra authorities for this request's TLS; the
+    // identity from the notify object and the trusted authorities of the
+    // trust settings are added when the request is submitted.
+    const http::TlsCredentials &tlsCredentials() const { return tlsCredentials_; }
+    void setTlsCredentials(http::TlsCredentials v) { tlsCredentials_ = std::move(v); }
     const std::optional<std::string> &uploadFilePath() const { return uploadFilePath_; }
     void setUploadFilePath(std::optional<std::string> v) { uploadFilePath_ = std::move(v); }
     const std::optional<std::string> &downloadFilePath() const { return downloadFilePath_; }
@@ -219,6 +225,7 @@ private:
     std::optional<std::string> p12Password_;
     std::optional<std::string> applicationLocation_;
     bool allowInvalidCert_ = false;
+    http::TlsCredentials tlsCredentials_;
     std::optional<std::string> uploadFilePath_;
     std::optional<std::string> downloadFilePath_;
     int64_t resumeFromLocation_ = 0;

@@ -40,11 +40,15 @@ std::string appendingPathComponent(const std::string &base, const std::string &n
 
 Permissions privateFolderPermissions() { return permissionsWithOwner(0, adminGroupId(), kPrivateFolderMode); }
 
+}  // namespace
+
 // Sets owner and group (when given), then the mode; failures are ignored.
 // The mode goes last because changing the owner can clear set-id bits.
 void applyPermissions(const std::string &path, const Permissions &permissions) {
     platform::fileAttributes().get()->setOwnerAndMode(path, permissions.owner, permissions.group, permissions.mode);
 }
+
+namespace {
 
 // Creates the folder and any missing folders above it. Every folder this
 // call creates gets the permissions when they are given, otherwise the

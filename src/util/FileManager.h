@@ -21,6 +21,9 @@ struct Permissions {
 };
 Permissions permissionsWithOwner(uint32_t owner, uint32_t group, uint32_t mode);
 Permissions permissionsWithMode(uint32_t mode);
+// Applies owner and group (when given) and the mode to the item at the
+// path; failures are ignored.
+void applyPermissions(const std::string &path, const Permissions &permissions);
 
 class FileManager {
 public:

@@ -74,7 +74,7 @@ Nginx::Nginx(const std::string &folder, NginxOptions options) : folder_(folder),
     namespace fs = std::filesystem;
     fs::create_directories(folder_ + "/www/private");
     fs::create_directories(folder_ + "/tmp");
-    makeSelfSignedCertificate(folder_);
+    if (options_.certificatePath.empty()) makeSelfSignedCertificate(folder_);
     writeHtpasswd(folder_ + "/htpasswd", options_.user, options_.password);
     for (int attempt = 0; attempt < 5; ++attempt) {
         if (launch()) return;
@@ -109,13 +109,15 @@ bool Nginx::launch() {
                "    keepalive_requests 100000; keepalive_timeout 65;\n"
                "    server {\n"
                "        listen 127.0.0.1:" << httpPort_ << "; listen 127.0.0.1:" << httpsPort_ << " ssl;\n"
-               "        ssl_certificate " << certificatePath() << "; ssl_certificate_key " << folder_ << "/key.pem;\n"
+               "        ssl_certificate " << certificatePath() << "; ssl_certificate_key " << keyPath() << ";\n"
                "        root " << wwwFolder() << "; client_max_body_size 0;\n"
                "        location / { }\n"
                "        location /private/ { auth_basic \"VORK\"; auth_basic_user_file " << folder_ << "/htpasswd; }\n"
                "        location = /upload {\n"
                "            client_body_buffer_size 1m; default_type application/xml; return 200 \"<ok/>\";\n"
                "        }\n";
+        if (!options_.clientCaPath.empty())
+            out << "        ssl_client_certificate " << options_.clientCaPath << "; ssl_verify_client on;\n";
         if (options_.uploadProxyPort)
             out << "        location /proxy/ {\n"
                    "            proxy_request_buffering off; proxy_http_version 1.1;\n"

@@ -21,6 +21,11 @@ struct NginxOptions {
     std::string password = "s3cret";
     int uploadProxyPort = 0;
     bool accessLog = true;
+    // The server's certificate and key (PEM); a self-signed pair when empty.
+    std::string certificatePath;
+    std::string keyPath;
+    // When set, HTTPS requires a client certificate issued by this CA.
+    std::string clientCaPath;
 };
 
 class Nginx {
@@ -40,7 +45,10 @@ public:
     std::string httpsUrl(const std::string &path) const;
     // Where files served at "/" live.
     std::string wwwFolder() const { return folder_ + "/www"; }
-    std::string certificatePath() const { return folder_ + "/cert.pem"; }
+    std::string certificatePath() const {
+        return options_.certificatePath.empty() ? folder_ + "/cert.pem" : options_.certificatePath;
+    }
+    std::string keyPath() const { return options_.keyPath.empty() ? folder_ + "/key.pem" : options_.keyPath; }
     std::string accessLogPath() const { return folder_ + "/access.log"; }
     std::string errorLogPath() const { return folder_ + "/error.log"; }
     const NginxOptions &options() const { return options_; }

@@ -74,16 +74,7 @@ void setTls(Job &job) {
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
     }
-    if (r.clientIdentity) {
-        curl_blob cert{const_cast<char *>(r.clientIdentity->certificatePem.data()),
-                       r.clientIdentity->certificatePem.size(), CURL_BLOB_COPY};
-        curl_blob key{const_cast<char *>(r.clientIdentity->privateKeyPem.data()),
-                      r.clientIdentity->privateKeyPem.size(), CURL_BLOB_COPY};
-        curl_easy_setopt(easy, CURLOPT_SSLCERT_BLOB, &cert);
-        curl_easy_setopt(easy, CURLOPT_SSLCERTTYPE, "PEM");
-        curl_easy_setopt(easy, CURLOPT_SSLKEY_BLOB, &key);
-        curl_easy_setopt(easy, CURLOPT_SSLKEYTYPE, "PEM");
-    }
+    if (r.tls) applyTlsCredentials(easy, *r.tls);
 }
 
 void setCredentials(Job &job) {

@@ -1,0 +1,267 @@
+// The credential store through the security classes: what the keychain file
+// holds, passwords, access lists, trust domains, CA removal and a failed
+// write.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+
+#include "SecurityDoubles.h"
+#include "VORKCoreCommC/security/VORKSecurity.h"
+#include "base/SystemRoot.h"
+#include "security/TrustSettings.h"
+#include "security/store/Keychain.h"
+#include "util/FileManager.h"
+
+namespace vork {
+namespace {
+
+namespace fs = std::filesystem;
+using test::commandOutput;
+using test::readFile;
+
+const std::string kPassword = VORKSecurityPlainTextPasswordThisIsBad;
+
+struct KeychainTest : ::testing::Test {
+    test::SystemRootSandbox root;
+    test::ProgramScope scope;
+    std::string path = root.root().str() + "/agent.keychain";
+    KeychainTest() {
+        scope.program->exe = fs::canonical("/proc/self/exe").string();
+        scope.program->uid = 0;
+    }
+    VORKSecurityCertificate certificate(const std::string &pem) {
+        auto c = VORKSecurityCertificate::certificateFromData(readFile(pem + ".der"), nullptr);
+        EXPECT_TRUE(c);
+        return *c;
+    }
+    // A facade keychain with a key pair and a device certificate for it.
+    VORKSecurityKeyPair deviceIdentity(VORKSecurity &security) {
+        auto pair = security.generateKeyPair(nullptr);
+        EXPECT_TRUE(pair);
+        root.root().write("device.pub", *pair->exportPublicKey(nullptr));
+        auto ca = test::makeCa(root.root().str(), "Device CA");
+        auto pem = test::issueCertificate(ca, root.root().str(), "device", "/CN=agent/O=VORK Device Certificate",
+                                          root.root().str() + "/device.pub");
+        EXPECT_TRUE(security.saveIdentityCertificate(certificate(pem), nullptr));
+        return *pair;
+    }
+};
+
+TEST_F(KeychainTest, CreatedKeychainHasItsModesAndNoKeyInClear) {
+    auto owners = std::make_shared<test::RecordingOwnership>();
+    auto installed = platform::fileAttributes().install(owners);
+    VORKSecurity security(path);
+    auto pair = deviceIdentity(security);
+
+    EXPECT_EQ(owners->owners[path], std::make_pair(uid_t(0), util::adminGroupId()));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_FALSE(fs::exists(path + "-journal"));
+    EXPECT_FALSE(fs::exists(path + "-wal"));
+
+    // The private key, decrypted by openssl from an export, is nowhere in
+    // the file; the certificate is there as DER.
+    root.root().write("export.pem", *pair.exportPrivateKeyWithPassword("export", nullptr));
+    const std::string clear =
+        commandOutput("openssl pkey -in '" + root.root().str() + "/export.pem' -passin pass:export -outform DER");
+    ASSERT_GT(clear.size(), 1000u);
+    const std::string file = readFile(path);
+    EXPECT_EQ(file.find(clear.substr(clear.size() / 2, 128)), std::string::npos);
+    EXPECT_NE(file.find(readFile(root.root().str() + "/device.pem.der")), std::string::npos);
+}
+
+TEST_F(KeychainTest, PasswordsAndAccessListsDecideWhoGetsTheKey) {
+    struct Case {
+        const char *name;
+        std::function<void(KeychainTest &)> arrange;
+        long code;  // 0: the signature is made
+    };
+    const std::vector<Case> cases = {
+        {"root, another program", [](KeychainTest &t) { t.scope.program->exe = "/usr/bin/other"; }, 0},
+        {"user, the creating program", [](KeychainTest &t) { t.scope.program->uid = 501; }, 0},
+        {"user, another program",
+         [](KeychainTest &t) {
+             t.scope.program->uid = 501;
+             t.scope.program->exe = "/usr/bin/other";
+         },
+         errSecInteractionNotAllowed},
+        {"password changed elsewhere",
+         [](KeychainTest &t) {
+             SecKeychainRef other;
+             ASSERT_EQ(sec::Keychain::open(t.path, other), errSecSuccess);
+             ASSERT_EQ(other->changePassword(kPassword, "changed"), errSecSuccess);
+         },
+         errSecAuthFailed},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        fs::remove(path);
+        scope.program->uid = 0;
+        scope.program->exe = fs::canonical("/proc/self/exe").string();
+        {
+            VORKSecurity creator(path);
+            deviceIdentity(creator);
+        }
+        c.arrange(*this);
+        VORKSecurity security(path);
+        DomainError error;
+        auto signature = security.signatureOfData("data", &error);
+        EXPECT_EQ(signature.has_value(), c.code == 0);
+        EXPECT_EQ(error.code, c.code);
+        if (c.code) {
+            EXPECT_EQ(error.domain, VORKSecurityErrorDomain);
+            EXPECT_FALSE(error.description.empty());
+        }
+    }
+    // Wrong password and no password through the keychain itself.
+    auto keychain = VORKSecurityKeychain::loadKeychainAtPath(path, nullptr);
+    DomainError error;
+    EXPECT_FALSE(keychain->unlockWithPassword(std::string("wrong"), &error));
+    EXPECT_EQ(error.code, errSecAuthFailed);
+    EXPECT_FALSE(keychain->unlockWithPassword(std::nullopt, &error));
+    EXPECT_EQ(error.code, errSecInteractionNotAllowed);
+}
+
+TEST_F(KeychainTest, FacadeWithoutFileAnswersCodeThree) {
+    VORKSecurity security;
+    DomainError error;
+    EXPECT_FALSE(security.isIdentityPresent(&error));
+    EXPECT_FALSE(security.signatureOfData("x", &error));
+    EXPECT_EQ(error.code, kVORKSecurityKeychainMissing);
+    EXPECT_FALSE(security.removeAllVorkCACertificates(&error));
+    EXPECT_EQ(error.code, kVORKSecurityKeychainMissing);
+    EXPECT_FALSE(fs::exists(path));
+}
+
+TEST_F(KeychainTest, TrustGoesToTheFirstDomainThePrivilegeAllows) {
+    auto ca = test::makeCa(root.root().str(), "Trust CA");
+    auto cert = certificate(test::issueCertificate(ca, root.root().str(), "leaf", "/CN=leaf"));
+    const std::string folder = systemPath("/Library/Security/Trust Settings");
+    struct Case {
+        uid_t uid;
+        bool admin;
+        std::string file;
+    };
+    for (const Case &c : {Case{0, false, "/System.pem"}, Case{501, true, "/Admin.pem"},
+                          Case{501, false, "/Users/501.pem"}}) {
+        SCOPED_TRACE(c.file);
+        fs::remove_all(folder);
+        scope.program->uid = c.uid;
+        scope.program->groups = c.admin ? std::set<gid_t>{util::adminGroupId()} : std::set<gid_t>{};
+        SecKeychainRef ref;
+        ASSERT_EQ(sec::Keychain::create(path + c.file.substr(1, 3), kPassword, nullptr, ref), errSecSuccess);
+        VORKSecurityKeychain keychain(ref);
+        EXPECT_TRUE(keychain.trustCertificate(cert, nullptr));
+        EXPECT_TRUE(fs::exists(folder + c.file));
+        EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder), fs::recursive_directory_iterator()),
+                  c.file.find("Users") == std::string::npos ? 1 : 2);
+    }
+    // All three refuse: the user domain's status is the one reported.
+    fs::remove_all(folder);
+    root.root().write("Library/Security/Trust Settings/Users", "not a folder");
+    DomainError error;
+    EXPECT_FALSE(VORKSecurityKeychain(nullptr).trustCertificate(cert, &error));
+    EXPECT_EQ(error.code, errSecIO);
+}
+
+TEST_F(KeychainTest, CaRemovalMatchesTheNameCaseSensitively) {
+    auto ca = test::makeCa(root.root().str(), "Issuer");
+    auto keychain = VORKSecurityKeychain::createKeychainAtPath(path, kPassword, nullptr, nullptr);
+    DomainError error;
+    EXPECT_FALSE(keychain->removeAllVorkCACertificates(&error));
+    EXPECT_EQ(error.code, errSecItemNotFound);
+    for (const char *name : {"Old ZEL Built-in Certificate Authority 2", "zel built-in certificate authority"}) {
+        auto cert = certificate(test::issueCertificate(ca, root.root().str(), name, std::string("/CN=") + name));
+        EXPECT_TRUE(keychain->addAndTrustVorkCACertificate(cert, nullptr));
+        EXPECT_TRUE(keychain->addCertificate(cert, nullptr)) << "a duplicate counts as added";
+    }
+    EXPECT_EQ(sec::trustedCertificates().size(), 2u);
+    EXPECT_TRUE(keychain->removeAllVorkCACertificates(nullptr));
+    auto left = keychain->allCertificates(nullptr);
+    ASSERT_TRUE(left);
+    ASSERT_EQ(left->size(), 1u);
+    EXPECT_EQ(left->front().description(), "zel built-in certificate authority");
+}
+
+// A VFS that fails every write once armed: a full disk under SQLite.
+struct FailingVfs {
+    static inline sqlite3_vfs *real = nullptr;
+    static inline bool armed = false;
+    static inline sqlite3_io_methods methods{};
+    struct File {
+        sqlite3_file base;
+        sqlite3_file *inner;
+    };
+    static sqlite3_file *inner(sqlite3_file *f) { return reinterpret_cast<File *>(f)->inner; }
+    static int open(sqlite3_vfs *, const char *name, sqlite3_file *f, int flags, int *out) {
+        auto *file = reinterpret_cast<File *>(f);
+        file->inner = static_cast<sqlite3_file *>(sqlite3_malloc(real->szOsFile));
+        int rc = real->xOpen(real, name, file->inner, flags, out);
+        if (rc != SQLITE_OK) {
+            sqlite3_free(file->inner);
+            file->base.pMethods = nullptr;
+            return rc;
+        }
+        methods = *file->inner->pMethods;
+        methods.iVersion = 1;
+        methods.xClose = [](sqlite3_file *f) {
+            int rc = inner(f)->pMethods->xClose(inner(f));
+            sqlite3_free(inner(f));
+            return rc;
+        };
+        methods.xRead = [](sqlite3_file *f, void *b, int n, sqlite3_int64 o) { return inner(f)->pMethods->xRead(inner(f), b, n, o); };
+        methods.xWrite = [](sqlite3_file *f, const void *b, int n, sqlite3_int64 o) {
+            return armed ? SQLITE_FULL : inner(f)->pMethods->xWrite(inner(f), b, n, o);
+        };
+        methods.xTruncate = [](sqlite3_file *f, sqlite3_int64 s) { return inner(f)->pMethods->xTruncate(inner(f), s); };
+        methods.xSync = [](sqlite3_file *f, int fl) { return inner(f)->pMethods->xSync(inner(f), fl); };
+        methods.xFileSize = [](sqlite3_file *f, sqlite3_int64 *s) { return inner(f)->pMethods->xFileSize(inner(f), s); };
+        methods.xLock = [](sqlite3_file *f, int l) { return inner(f)->pMethods->xLock(inner(f), l); };
+        methods.xUnlock = [](sqlite3_file *f, int l) { return inner(f)->pMethods->xUnlock(inner(f), l); };
+        methods.xCheckReservedLock = [](sqlite3_file *f, int *r) { return inner(f)->pMethods->xCheckReservedLock(inner(f), r); };
+        methods.xFileControl = [](sqlite3_file *f, int op, void *a) { return inner(f)->pMethods->xFileControl(inner(f), op, a); };
+        methods.xSectorSize = [](sqlite3_file *f) { return inner(f)->pMethods->xSectorSize(inner(f)); };
+        methods.xDeviceCharacteristics = [](sqlite3_file *f) { return inner(f)->pMethods->xDeviceCharacteristics(inner(f)); };
+        file->base.pMethods = &methods;
+        return SQLITE_OK;
+    }
+    sqlite3_vfs vfs{};
+    FailingVfs() {
+        real = sqlite3_vfs_find(nullptr);
+        vfs = *real;
+        vfs.zName = "failing";
+        vfs.szOsFile = sizeof(File);
+        vfs.xOpen = &FailingVfs::open;
+        sqlite3_vfs_register(&vfs, 1);
+    }
+    ~FailingVfs() {
+        armed = false;
+        sqlite3_vfs_unregister(&vfs);
+        sqlite3_vfs_register(real, 1);
+    }
+};
+
+TEST_F(KeychainTest, FailedWriteLeavesThePreviousKeychain) {
+    auto ca = test::makeCa(root.root().str(), "Issuer");
+    auto first = certificate(test::issueCertificate(ca, root.root().str(), "first", "/CN=first"));
+    auto second = certificate(test::issueCertificate(ca, root.root().str(), "second", "/CN=second"));
+    {
+        FailingVfs failing;
+        auto keychain = VORKSecurityKeychain::createKeychainAtPath(path, kPassword, nullptr, nullptr);
+        ASSERT_TRUE(keychain->addCertificate(first, nullptr));
+        FailingVfs::armed = true;
+        DomainError error;
+        EXPECT_FALSE(keychain->addCertificate(second, &error));
+        EXPECT_EQ(error.code, errSecDiskFull);
+    }
+    auto reopened = VORKSecurityKeychain::loadKeychainAtPath(path, nullptr);
+    ASSERT_TRUE(reopened);
+    auto all = reopened->allCertificates(nullptr);
+    ASSERT_TRUE(all);
+    ASSERT_EQ(all->size(), 1u);
+    EXPECT_TRUE(all->front() == first);
+    EXPECT_FALSE(fs::exists(path + "-journal"));
+}
+
+}  // namespace
+}  // namespace vork
