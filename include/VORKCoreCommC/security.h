@@ -1,4 +1,5 @@
-/* Security: the error domain shared by the security classes and file hashing. */
+/** \file
+ * Security: the error domain shared by the security classes and file hashing. */
 #ifndef VORKCORECOMMC_SECURITY_H
 #define VORKCORECOMMC_SECURITY_H
 
@@ -8,7 +9,7 @@
 #include <stdbool.h>
 #endif
 
-/*
+/**
  * The domain of every error object the security classes and file hashing
  * make ("com.vork.security.error"). Owned by the library; valid for the
  * whole process.
