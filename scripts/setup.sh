@@ -10,6 +10,7 @@ PACKAGES=(
   libplist-dev libsqlite3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   nginx-light curl python3 python3-lxml
+  python3-pytest python3-setuptools tinyproxy doxygen help2man
 )
 
 missing=()
