@@ -22,7 +22,7 @@ cp "$deb" build/
 deb="build/$(basename "$deb")"
 echo "package: $deb"
 dpkg-deb -f "$deb" Depends
-dpkg-deb -c "$deb" | grep -q 'man1/vorkcomm.1' || { echo "no manual page in the package" >&2; exit 1; }
+dpkg-deb -c "$deb" | grep 'man1/vorkcomm.1' >/dev/null || { echo "no manual page in the package" >&2; exit 1; }
 
 [ "${1:-}" = "--check" ] || exit 0
 SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO="sudo"

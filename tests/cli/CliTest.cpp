@@ -2,31 +2,16 @@
 // only where it belongs, fast failures and JSON output.
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <map>
 
 #include "cli/ToolRun.h"
+#include "support/Nginx.h"
 #include "support/RefServer.h"
 #include "support/TempDir.h"
 
 namespace vork::test {
 namespace {
-
-// A loopback port nobody listens on.
-int deadPort() {
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    bind(s, reinterpret_cast<sockaddr *>(&a), len);
-    getsockname(s, reinterpret_cast<sockaddr *>(&a), &len);
-    close(s);
-    return ntohs(a.sin_port);
-}
 
 struct Case {
     const char *name;
@@ -77,7 +62,7 @@ TEST(Vorkcomm, AnswersEachCommandLineAsAUserExpects) {
          "{pw}", "--json"}, true, 0, {R"({"httpStatus": 200, "error": null, "exitCode": 0})"}, {}, {bar}},
     };
     const std::map<std::string, std::string> values = {
-        {"{url}", server.url()}, {"{dead}", std::to_string(deadPort())}, {"{dir}", dir.str()}, {"{pw}", pw},
+        {"{url}", server.url()}, {"{dead}", std::to_string(freeLoopbackPort())}, {"{dir}", dir.str()}, {"{pw}", pw},
         {"{file}", file}};
     for (const Case &c : cases) {
         std::vector<std::string> arguments;

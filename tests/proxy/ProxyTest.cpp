@@ -4,9 +4,7 @@
 // bypasses them. The proxy is tinyproxy on 127.0.0.1, its log checked.
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,34 +12,21 @@
 #include <fstream>
 #include <thread>
 
+#include "support/Nginx.h"
 #include "support/RefServer.h"
 #include "support/TempDir.h"
 
 namespace vork::test {
 namespace {
 
-int freePort() {
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    bind(s, reinterpret_cast<sockaddr *>(&a), len);
-    getsockname(s, reinterpret_cast<sockaddr *>(&a), &len);
-    close(s);
-    return ntohs(a.sin_port);
-}
-
 // tinyproxy in the foreground with a configuration in a temporary folder.
 class TinyProxy {
 public:
-    TinyProxy() : port_(freePort()) {
-        std::ofstream(dir_ / "tinyproxy.conf") << "Port " << port_ << "\nListen 127.0.0.1\nTimeout 30\n"
-                                              << "LogFile \"" << log().string() << "\"\nLogLevel Info\n"
-                                              << "MaxClients 20\nAllow 127.0.0.1\n";
-        pid_ = fork();
-        if (pid_ == 0) {
-            execl("/usr/bin/tinyproxy", "tinyproxy", "-d", "-c", (dir_ / "tinyproxy.conf").c_str(), nullptr);
+    TinyProxy() : port_(freeLoopbackPort()) {
+        std::ofstream(dir_ / "conf") << "Port " << port_ << "\nListen 127.0.0.1\nTimeout 30\nLogLevel Info\n"
+                                     << "LogFile \"" << log().string() << "\"\nAllow 127.0.0.1\n";
+        if ((pid_ = fork()) == 0) {
+            execl("/usr/bin/tinyproxy", "tinyproxy", "-d", "-c", (dir_ / "conf").c_str(), nullptr);
             _exit(127);
         }
         for (int i = 0; i < 100 && readFile(log()).find("listening") == std::string::npos; ++i)
@@ -52,7 +37,7 @@ public:
         waitpid(pid_, nullptr, 0);
     }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
-    std::filesystem::path log() const { return dir_ / "tinyproxy.log"; }
+    std::filesystem::path log() const { return dir_ / "log"; }
 
 private:
     TempDir dir_;
@@ -60,67 +45,45 @@ private:
     pid_t pid_ = -1;
 };
 
-// The environment of one case, put back afterwards.
-class Environment {
-public:
-    explicit Environment(const std::vector<std::pair<std::string, std::string>> &values) {
-        for (const char *name : {"http_proxy", "HTTPS_PROXY", "https_proxy", "no_proxy", "NO_PROXY"}) unsetenv(name);
-        for (const auto &[name, value] : values) setenv(name.c_str(), value.c_str(), 1);
-        names_ = values;
-    }
-    ~Environment() {
-        for (const auto &entry : names_) unsetenv(entry.first.c_str());
-    }
-
-private:
-    std::vector<std::pair<std::string, std::string>> names_;
-};
-
 enum class Path { ServerCall, Synchronous, Transfer };
 
-bool exchange(Path path, const RefServer &server, const TempDir &dir) {
-    setAllowInvalidCertificate(1);
-    switch (path) {
-    case Path::ServerCall:
+// One exchange of the kind with the server; whether it brought the answer.
+bool exchange(Path path, const RefServer &server, const std::string &target) {
+    const std::string url = server.fileUrl("small.txt");
+    const char *user = server.user().c_str(), *password = server.password().c_str();
+    if (path == Path::ServerCall) {
         setZelUrl(server.url().c_str());
-        setZelUsername(server.user().c_str());
-        setZelPassword(server.password().c_str());
+        setZelUsername(user);
+        setZelPassword(password);
+        setAllowInvalidCertificate(1);
         return std::string(keepAlive(0)).find("Success") != std::string::npos;
-    case Path::Synchronous: {
-        httpTransferInit(server.fileUrl("small.txt").c_str(), true, server.user().c_str(), server.password().c_str(),
-                         nullptr, nullptr);
-        const std::string body = httpSubmitRequest();
-        httpTransferRelease();
-        return body == "via proxy?";
     }
-    case Path::Transfer: {
-        const std::string target = (dir / "download").string();
-        httpTransferInitDownload(server.fileUrl("small.txt").c_str(), true, server.user().c_str(),
-                                 server.password().c_str(), nullptr, nullptr, target.c_str());
+    httpTransferInitDownload(url.c_str(), true, user, password, nullptr, nullptr,
+                             path == Path::Transfer ? target.c_str() : nullptr);
+    bool ok;
+    if (path == Path::Synchronous) {
+        ok = std::string(httpSubmitRequest()) == "via proxy?";
+    } else {
         httpTransferStart();
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!httpTransferIsComplete() && std::chrono::steady_clock::now() < deadline) {
+        for (auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+             !httpTransferIsComplete() && std::chrono::steady_clock::now() < end;) {
         }
-        const bool ok = httpResponseCode() == 200 && readFile(target) == "via proxy?";
-        httpTransferRelease();
-        return ok;
+        ok = httpResponseCode() == 200 && readFile(target) == "via proxy?";
     }
-    }
-    return false;
+    httpTransferRelease();
+    return ok;
 }
-
-struct Case {
-    const char *name;
-    bool tls;
-    Path path;
-    const char *variable;  // names the proxy
-    bool bypass;           // no_proxy names the server
-};
 
 TEST(Proxy, EnvironmentProxiesCarryEveryExchange) {
     RefServer http, https({.tls = true});
     for (const RefServer *s : {&http, &https}) s->addFile("small.txt", "via proxy?");
-    const Case cases[] = {
+    const struct {
+        const char *name;
+        bool tls;
+        Path path;
+        const char *variable;  // names the proxy
+        bool bypass;           // no_proxy names the server
+    } cases[] = {
         {"server call over http_proxy", false, Path::ServerCall, "http_proxy", false},
         {"synchronous request over http_proxy", false, Path::Synchronous, "http_proxy", false},
         {"transfer over http_proxy", false, Path::Transfer, "http_proxy", false},
@@ -130,19 +93,19 @@ TEST(Proxy, EnvironmentProxiesCarryEveryExchange) {
         {"no_proxy bypasses for a server call", false, Path::ServerCall, "http_proxy", true},
         {"no_proxy bypasses for a transfer", true, Path::Transfer, "https_proxy", true},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const RefServer &server = c.tls ? https : http;
-        const std::string target = "127.0.0.1:" + std::to_string(server.port());
         TinyProxy proxy;  // a new one each time: no connection to it is kept from before
         TempDir dir;
-        {
-            Environment env({{c.variable, proxy.url()}, {"no_proxy", c.bypass ? "127.0.0.1" : "example.invalid"}});
-            EXPECT_TRUE(exchange(c.path, server, dir));
-        }
-        const std::string log = readFile(proxy.log());
+        setenv(c.variable, proxy.url().c_str(), 1);
+        setenv("no_proxy", c.bypass ? "127.0.0.1" : "example.invalid", 1);
+        EXPECT_TRUE(exchange(c.path, server, (dir / "download").string()));
+        unsetenv(c.variable);
+        unsetenv("no_proxy");
+        const std::string target = "127.0.0.1:" + std::to_string(server.port());
         const std::string request = c.tls ? "CONNECT " + target : "http://" + target + "/";
-        EXPECT_EQ(log.find(request) != std::string::npos, !c.bypass) << log;
+        EXPECT_EQ(readFile(proxy.log()).find(request) != std::string::npos, !c.bypass) << readFile(proxy.log());
     }
 }
 
