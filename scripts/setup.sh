@@ -11,6 +11,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   nginx-light curl python3 python3-lxml
   libsystemd-dev libx11-dev libxrandr-dev xvfb x11-xserver-utils
+  python3-pytest python3-setuptools tinyproxy doxygen help2man
 )
 
 missing=()

@@ -15,6 +15,10 @@ echo "== release build =="
 scripts/build.sh release
 run_ctest build/release
 
+echo "== reference manual and Debian package =="
+scripts/docs.sh
+scripts/package.sh --check
+
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer =="
 scripts/build.sh asan
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \

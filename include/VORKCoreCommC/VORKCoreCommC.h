@@ -1,4 +1,4 @@
-/*
+/** \file
  * libVORKCoreCommC: the communication and system-support library of the
  * device-management agent.
  *

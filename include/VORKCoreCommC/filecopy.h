@@ -1,4 +1,4 @@
-/*
+/** \file
  * File copy: copies a file or a whole folder into a destination folder in the
  * background and reports progress as a percentage of the source's size.
  *
@@ -20,19 +20,20 @@
 namespace vork {
 class FileCopy;
 }
+/** The library's copy object (a C++ class; opaque to C callers). */
 typedef vork::FileCopy VORKFileCopy;
 #else
-/* The library's copy object; opaque to C callers. */
+/** The library's copy object; opaque to C callers. */
 typedef struct VORKFileCopy VORKFileCopy;
 #endif
 
-/*
+/**
  * The one copy object of the process, NULL until hasEnoughSpaceForFileInDestination
  * or fileCopyStart makes it. Owned by the library; freed by fileCopyRelease.
  */
 VORK_API VORKFileCopy *g_FileCopy;
 
-/*
+/**
  * Whether the size of the source (a file, or a folder with everything in it)
  * is strictly below the free space of the file system holding the
  * destination. A destination whose free space cannot be read counts as
@@ -40,7 +41,7 @@ VORK_API VORKFileCopy *g_FileCopy;
  */
 VORK_API bool hasEnoughSpaceForFileInDestination(const char *sourcePath, const char *destinationPath);
 
-/*
+/**
  * Starts copying the source (file or folder) into the destination folder,
  * where it keeps its name; an existing item of that name is not replaced.
  * Releases any previous copy object first (stopping its copy). Answers "" when
@@ -57,19 +58,19 @@ VORK_API bool hasEnoughSpaceForFileInDestination(const char *sourcePath, const c
  */
 VORK_API const char *fileCopyStart(const char *sourcePath, const char *destinationFolder);
 
-/*
+/**
  * Percentage of the source copied so far: -1.0 when there is no copy object,
  * 100.0 once the copy has completed. Pumps the run loop once while running.
  */
 VORK_API double fileCopyProgress(void);
 
-/*
+/**
  * Whether the copy has completed (also after a failure during the copy); true
  * when there is no copy object. Pumps the run loop once while running.
  */
 VORK_API bool fileCopyIsComplete(void);
 
-/* Frees the copy object (stopping a running copy); g_FileCopy becomes NULL. */
+/** Frees the copy object (stopping a running copy); g_FileCopy becomes NULL. */
 VORK_API void fileCopyRelease(void);
 
 #endif

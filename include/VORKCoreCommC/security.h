@@ -1,4 +1,5 @@
-/* Security: the error domain and the constants of the security classes. */
+/** \file
+ * Security: the error domain and the constants of the security classes. */
 #ifndef VORKCORECOMMC_SECURITY_H
 #define VORKCORECOMMC_SECURITY_H
 
@@ -8,7 +9,7 @@
 #include <stdbool.h>
 #endif
 
-/*
+/**
  * The domain of every error object the security classes and file hashing
  * make ("com.vork.security.error"). Owned by the library; valid for the
  * whole process.

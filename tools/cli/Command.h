@@ -24,6 +24,10 @@ struct Options {
         auto it = values.find(name);
         return it == values.end() ? fallback : it->second;
     }
+    // --quiet: no progress bar and no notes on stderr (errors still go there).
+    bool quiet() const { return has("quiet"); }
+    // --json: the result as one JSON object on stdout instead of text.
+    bool json() const { return has("json"); }
 };
 
 struct Command {
@@ -31,6 +35,10 @@ struct Command {
     std::string usage;    // arguments, e.g. "ADDRESS START END"
     std::string summary;  // one line
     std::function<int(const Options &)> run;
+    // The options the command takes besides the global ones (--help, --quiet,
+    // --json), separated by blanks; a name ending in "=" takes a value
+    // ("server= insecure"). Any other option is a usage error.
+    std::string options;
 };
 
 std::vector<Command> &commands();
@@ -39,8 +47,11 @@ struct CommandRegistrar {
     explicit CommandRegistrar(Command command) { commands().push_back(std::move(command)); }
 };
 
-// Flags that take no value.
-bool isSwitch(const std::string &name);
-void addSwitch(const std::string &name);
+// The options of every server command (see Session.h).
+extern const char *const kSessionOptions;
+
+// Reads a whole decimal number in [min, max]; false for anything else
+// ("", "abc", "12x", out of range).
+bool parseNumber(const std::string &text, long long min, long long max, long long &value);
 
 }  // namespace vorkcomm

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "Output.h"
 #include "Session.h"
 
 namespace fs = std::filesystem;
@@ -34,7 +35,8 @@ constexpr const char *kPackage = "VORKAgent.pkg";
 constexpr unsigned long long kPackageBytes = 24ull << 20;
 
 // The reference server script: beside the source tree the tool was built
-// from (found by walking up from the executable), or VORK_REFSERVER.
+// from, or installed under share/vorkcommc/refserver of a prefix (both found
+// by walking up from the executable), or VORK_REFSERVER.
 std::optional<fs::path> findRefServer() {
     if (const char *env = std::getenv("VORK_REFSERVER"); env && *env) return fs::path(env);
     std::error_code ec;
@@ -43,6 +45,8 @@ std::optional<fs::path> findRefServer() {
     for (fs::path dir = exe.parent_path(); !dir.empty(); dir = dir.parent_path()) {
         fs::path candidate = dir / "tools" / "refserver" / "refserver.py";
         if (fs::is_regular_file(candidate, ec)) return candidate;
+        fs::path installed = dir / "share" / "vorkcommc" / "refserver" / "refserver.py";
+        if (fs::is_regular_file(installed, ec)) return installed;
         if (dir == dir.root_path()) break;
     }
     return std::nullopt;
@@ -278,7 +282,7 @@ int demo(const Options &options) {
     const char *started = httpTransferStart();
     bool downloadOk = started && !*started;
     if (downloadOk) {
-        ProgressBar bar("    " + std::string(kPackage));
+        ProgressBar bar("    " + std::string(kPackage), options);
         while (!httpTransferIsComplete()) bar.update(httpTransferProgress());
         int code = httpResponseCode();
         std::string error = httpTransferError() ? httpTransferError() : "";
@@ -312,7 +316,7 @@ int demo(const Options &options) {
     fs::path installers = temp.path / "installers";
     const char *copyStarted = downloadOk ? fileCopyStart(downloaded.c_str(), installers.c_str()) : "no download";
     if (copyStarted && !*copyStarted) {
-        ProgressBar bar("    copy");
+        ProgressBar bar("    copy", options);
         while (!fileCopyIsComplete()) bar.update(fileCopyProgress());
         double progress = fileCopyProgress();
         bar.finish(progress >= 100.0);
@@ -339,12 +343,8 @@ int demo(const Options &options) {
     return kExitFailure;
 }
 
-const bool kSwitches = [] {
-    addSwitch("verbose");
-    return true;
-}();
-
-CommandRegistrar r({"demo", "[--verbose]", "an agent session end to end against the reference server", demo});
+CommandRegistrar r({"demo", "[--verbose]", "an agent session end to end against the reference server", demo,
+                    "verbose"});
 
 }  // namespace
 }  // namespace vorkcomm

@@ -5,26 +5,15 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <string>
 #include <thread>
 
 #include "Command.h"
+#include "Output.h"
 
 namespace vorkcomm {
 namespace {
-
-void drawBar(double percent) {
-    constexpr int kWidth = 40;
-    if (!std::isfinite(percent)) percent = 0;
-    percent = std::fmin(std::fmax(percent, 0.0), 100.0);
-    const int filled = static_cast<int>(percent * kWidth / 100.0);
-    std::string bar(static_cast<size_t>(filled), '#');
-    bar.append(static_cast<size_t>(kWidth - filled), '.');
-    std::fprintf(stderr, "\r[%s] %5.1f%%", bar.c_str(), percent);
-    std::fflush(stderr);
-}
 
 // The name the copy takes inside the destination folder.
 std::string itemIn(const std::string &folder, std::string source) {
@@ -40,33 +29,29 @@ int copy(const Options &o) {
     }
     const std::string &source = o.positional[0], &folder = o.positional[1];
     if (!hasEnoughSpaceForFileInDestination(source.c_str(), folder.c_str())) {
-        std::fprintf(stderr, "not enough free space in %s\n", folder.c_str());
+        std::fprintf(stderr, "vorkcomm: not enough free space in %s\n", folder.c_str());
         fileCopyRelease();
-        return kExitFailure;
+        return emit(o, "", {{"copy", nullptr}, {"error", std::string("not enough free space")}}, kExitFailure);
     }
     const std::string error = fileCopyStart(source.c_str(), folder.c_str());
     if (!error.empty()) {
-        std::fprintf(stderr, "copy failed: %s\n", error.c_str());
+        std::fprintf(stderr, "vorkcomm: the copy did not start: %s\n", error.c_str());
         fileCopyRelease();
-        return kExitFailure;
+        return emit(o, "", {{"copy", nullptr}, {"error", error}}, kExitFailure);
     }
-    const bool showBar = !o.has("quiet");
-    while (!fileCopyIsComplete()) {
-        const double percent = fileCopyProgress();
-        if (showBar) drawBar(percent);
-    }
-    if (showBar) {
-        drawBar(fileCopyProgress());
-        std::fputc('\n', stderr);
-    }
+    ProgressBar bar("copy", o);
+    while (!fileCopyIsComplete()) bar.update(fileCopyProgress());
     fileCopyRelease();
     // A copy that fails on the way still completes; it leaves nothing behind.
+    const std::string copied = itemIn(folder, source);
     struct stat st {};
-    if (::lstat(itemIn(folder, source).c_str(), &st) != 0) {
-        std::fprintf(stderr, "copy failed while copying (no space, or an unreadable item?)\n");
-        return kExitFailure;
+    const bool ok = ::lstat(copied.c_str(), &st) == 0;
+    bar.finish(ok);
+    if (!ok) {
+        std::fprintf(stderr, "vorkcomm: the copy failed on the way (no space, or an unreadable item?)\n");
+        return emit(o, "", {{"copy", nullptr}, {"error", std::string("failed while copying")}}, kExitFailure);
     }
-    return kExitOk;
+    return emit(o, "", {{"copy", copied}, {"error", nullptr}}, kExitOk);
 }
 
 int hash(const Options &o) {
@@ -88,23 +73,17 @@ int hash(const Options &o) {
         digest = md5 ? fileHashMD5(path.c_str()) : fileHashSHA512(path.c_str());
     }
     if (digest.empty()) {
-        std::fprintf(stderr, "cannot hash %s (missing or unreadable)\n", path.c_str());
-        return kExitFailure;
+        std::fprintf(stderr, "vorkcomm: cannot hash %s (missing or unreadable)\n", path.c_str());
+        return emit(o, "", {{"algorithm", o.positional[0]}, {"path", path}, {"digest", nullptr}}, kExitFailure);
     }
-    std::printf("%s  %s\n", digest.c_str(), path.c_str());
-    return kExitOk;
+    return emit(o, digest + "  " + path, {{"algorithm", o.positional[0]}, {"path", path}, {"digest", digest}},
+                kExitOk);
 }
 
-struct Switches {
-    Switches() {
-        addSwitch("background");
-        addSwitch("quiet");
-    }
-} switches;
-
-CommandRegistrar r1({"copy", "SOURCE DESTINATION-FOLDER [--quiet]",
-                     "copy a file or folder into a folder, with a progress bar", copy});
-CommandRegistrar r2({"hash", "md5|sha512 FILE [--background]", "digest of a file as lower-case hex", hash});
+CommandRegistrar r1({"copy", "SOURCE DESTINATION-FOLDER", "copy a file or folder into a folder, with a progress bar",
+                     copy});
+CommandRegistrar r2({"hash", "md5|sha512 FILE [--background]", "digest of a file as lower-case hex", hash,
+                     "background"});
 
 }  // namespace
 }  // namespace vorkcomm

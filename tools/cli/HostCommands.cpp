@@ -4,18 +4,22 @@
 #include <cstdio>
 
 #include "Command.h"
+#include "Output.h"
 
 namespace vorkcomm {
 namespace {
 
-int ip(const Options &) {
+int ip(const Options &o) {
+    if (!o.positional.empty()) {
+        std::fprintf(stderr, "usage: vorkcomm ip\n");
+        return kExitUsage;
+    }
     const char *address = currentIpAddress();
     if (!*address) {
         std::fprintf(stderr, "no IPv4 address\n");
         return kExitFailure;
     }
-    std::printf("%s\n", address);
-    return kExitOk;
+    return emit(o, address, {{"address", std::string(address)}}, kExitOk);
 }
 
 int inRange(const Options &o) {
@@ -24,8 +28,7 @@ int inRange(const Options &o) {
         return kExitUsage;
     }
     bool inside = ipAddressInRange(o.positional[0].c_str(), o.positional[1].c_str(), o.positional[2].c_str());
-    std::printf("%s\n", inside ? "in range" : "not in range");
-    return inside ? kExitOk : kExitFailure;
+    return emit(o, inside ? "in range" : "not in range", {{"inRange", inside}}, inside ? kExitOk : kExitFailure);
 }
 
 CommandRegistrar r1({"ip", "", "this host's IPv4 address", ip});

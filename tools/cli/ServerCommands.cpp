@@ -2,33 +2,17 @@
 // interface, each with the session options of Session.h.
 #include <VORKCoreCommC/VORKCoreCommC.h>
 
-#include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 #include "Command.h"
+#include "Output.h"
 #include "Session.h"
 
 namespace vorkcomm {
 namespace {
-
-const bool kSwitches = [] {
-    addSwitch("invalidate");
-    return true;
-}();
-
-bool parseInt(const std::string &text, int &value) {
-    if (text.empty()) return false;
-    errno = 0;
-    char *end = nullptr;
-    long parsed = std::strtol(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || parsed < INT_MIN || parsed > INT_MAX) return false;
-    value = static_cast<int>(parsed);
-    return true;
-}
 
 // Runs a call after the session is configured; prints and maps its answer.
 template <class Call>
@@ -45,9 +29,9 @@ int usageError(const char *usage) {
 // Commands taking one integer argument.
 template <class Fn>
 int withNumber(const Options &o, const char *usage, const char *what, Fn fn) {
-    int value = 0;
-    if (o.positional.size() != 1 || !parseInt(o.positional[0], value)) return usageError(usage);
-    return serverCall(o, what, [&] { return fn(value); });
+    long long value = 0;
+    if (o.positional.size() != 1 || !parseNumber(o.positional[0], INT_MIN, INT_MAX, value)) return usageError(usage);
+    return serverCall(o, what, [&] { return fn(static_cast<int>(value)); });
 }
 
 int keepAliveCommand(const Options &o) {
@@ -105,13 +89,13 @@ int scriptDataCommand(const Options &o) {
 }
 
 int udidCommand(const Options &o) {
+    if (!o.positional.empty()) return usageError("udid");
     const char *udid = getUdid();
     if (!udid || !*udid) {
         std::fprintf(stderr, "no hardware UUID on this machine\n");
         return kExitFailure;
     }
-    std::printf("%s\n", udid);
-    return kExitOk;
+    return emit(o, udid, {{"udid", std::string(udid)}}, kExitOk);
 }
 
 int cleanXmlCommand(const Options &o) {
@@ -121,8 +105,7 @@ int cleanXmlCommand(const Options &o) {
         std::fprintf(stderr, "vorkcomm: the text is not UTF-8\n");
         return kExitFailure;
     }
-    std::printf("%s\n", cleaned);
-    return kExitOk;
+    return emit(o, cleaned, {{"text", std::string(cleaned)}}, kExitOk);
 }
 
 std::string withSession(const char *arguments) {
@@ -131,19 +114,19 @@ std::string withSession(const char *arguments) {
     return usage + kSessionUsage;
 }
 
-CommandRegistrar r1({"keep-alive", withSession("[--invalidate]"), "keep the server session alive", keepAliveCommand});
+CommandRegistrar r1({"keep-alive", withSession("[--invalidate]"), "keep the server session alive", keepAliveCommand, std::string(kSessionOptions) + " invalidate"});
 CommandRegistrar r2({"inventory-prefs", withSession(""), "the server's inventory collection preferences",
-                     inventoryPrefsCommand});
+                     inventoryPrefsCommand, kSessionOptions});
 CommandRegistrar r3({"site-privileges", withSession("APPLICATION"), "sites the user may work in for an application",
-                     sitePrivilegesCommand});
+                     sitePrivilegesCommand, kSessionOptions});
 CommandRegistrar r4({"site-select", withSession("SITE-ID"), "tell the server which site was chosen",
-                     siteSelectCommand});
+                     siteSelectCommand, kSessionOptions});
 CommandRegistrar r5({"admin-save", withSession("(XML | --file PATH)"), "save objects (command-data element)",
-                     adminSaveCommand});
+                     adminSaveCommand, std::string(kSessionOptions) + " file="});
 CommandRegistrar r6({"admin-add-object", withSession(""), "what the server offers for a new object",
-                     adminAddObjectCommand});
-CommandRegistrar r7({"printer-info", withSession("PRINTER-ID"), "a printer's definition", printerInfoCommand});
-CommandRegistrar r8({"script-data", withSession("SCRIPT-ID"), "a script's data", scriptDataCommand});
+                     adminAddObjectCommand, kSessionOptions});
+CommandRegistrar r7({"printer-info", withSession("PRINTER-ID"), "a printer's definition", printerInfoCommand, kSessionOptions});
+CommandRegistrar r8({"script-data", withSession("SCRIPT-ID"), "a script's data", scriptDataCommand, kSessionOptions});
 CommandRegistrar r9({"udid", "", "this machine's hardware UUID", udidCommand});
 CommandRegistrar r10({"clean-xml", "TEXT", "remove references to characters XML forbids", cleanXmlCommand});
 

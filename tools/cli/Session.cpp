@@ -1,6 +1,8 @@
 // Session options, answers and progress of the server commands.
 #include "Session.h"
 
+#include "Output.h"
+
 #include <VORKCoreCommC/VORKCoreCommC.h>
 
 #include <termios.h>
@@ -15,16 +17,12 @@
 
 namespace vorkcomm {
 
+const char *const kSessionOptions = "server= user= password-file= insecure xml";
+
 const char *const kSessionUsage =
     "[--server ADDRESS] [--user NAME] [--password-file PATH] [--insecure] [--xml]";
 
 namespace {
-
-const bool kSwitchesRegistered = [] {
-    addSwitch("insecure");
-    addSwitch("xml");
-    return true;
-}();
 
 // Titles and messages of the status codes the server and the library use.
 struct StatusText {
@@ -247,54 +245,31 @@ std::string prettyXml(std::string_view xml) {
 int reportAnswer(const char *xml, const Options &options, const char *what) {
     std::string_view text = xml ? xml : "";
     Answer answer = readAnswer(text);
-    if (options.has("xml")) std::printf("%s", prettyXml(text).c_str());
-    if (!answer.parsed) {
-        std::printf("%s: the answer carries no status\n", what);
-        return kExitFailure;
-    }
-    if (answer.code == kCommunicationFailure) {
-        std::printf("%s: status %d: ZEL Communication Exception - no usable answer from the server "
-                    "(not reachable, refused, HTTP error or unreadable reply)\n",
-                    what, answer.code);
-        return kExitUnreachable;
-    }
-    std::printf("%s: status %d: %s\n", what, answer.code, answer.description.c_str());
-    return answer.code == 0 ? kExitOk : kExitFailure;
-}
-
-ProgressBar::ProgressBar(std::string label, FILE *out)
-    : label_(std::move(label)), out_(out), terminal_(::isatty(::fileno(out)) != 0) {}
-
-ProgressBar::~ProgressBar() {
-    if (!finished_ && lastShown_ >= 0 && terminal_) std::fputc('\n', out_);
-}
-
-void ProgressBar::update(double percent) {
-    if (percent < 0) percent = 0;
-    if (percent > 100) percent = 100;
-    if (terminal_) {
-        int shown = static_cast<int>(percent * 10);
-        if (shown == lastShown_) return;
-        lastShown_ = shown;
-        constexpr int kWidth = 40;
-        int filled = static_cast<int>(percent / 100.0 * kWidth);
-        std::string bar(static_cast<size_t>(filled), '#');
-        bar.append(static_cast<size_t>(kWidth - filled), '.');
-        std::fprintf(out_, "\r%s [%s] %5.1f%%", label_.c_str(), bar.c_str(), percent);
-        std::fflush(out_);
+    std::vector<Field> fields{{"command", std::string(what)}};
+    if (answer.parsed) {
+        fields.push_back({"status", static_cast<long long>(answer.code)});
+        fields.push_back({"description", answer.description});
     } else {
-        int tenth = static_cast<int>(percent / 10);
-        if (tenth == lastShown_) return;
-        lastShown_ = tenth;
-        std::fprintf(out_, "%s %d%%\n", label_.c_str(), tenth * 10);
+        fields.push_back({"status", nullptr});
     }
-}
-
-void ProgressBar::finish(bool ok) {
-    if (finished_) return;
-    if (ok) update(100);
-    if (terminal_ && lastShown_ >= 0) std::fputc('\n', out_);
-    finished_ = true;
+    if (options.has("xml")) fields.push_back({"xml", std::string(text)});
+    std::string human = options.has("xml") ? prettyXml(text) : std::string();
+    char line[512];
+    int rc;
+    if (!answer.parsed) {
+        std::snprintf(line, sizeof line, "%s: the answer carries no status\n", what);
+        rc = kExitFailure;
+    } else if (answer.code == kCommunicationFailure) {
+        std::snprintf(line, sizeof line,
+                      "%s: status %d: ZEL Communication Exception - no usable answer from the server "
+                      "(not reachable, refused, HTTP error or unreadable reply)\n",
+                      what, answer.code);
+        rc = kExitUnreachable;
+    } else {
+        std::snprintf(line, sizeof line, "%s: status %d: %s\n", what, answer.code, answer.description.c_str());
+        rc = answer.code == 0 ? kExitOk : kExitFailure;
+    }
+    return emit(options, human + line, std::move(fields), rc);
 }
 
 }  // namespace vorkcomm

@@ -1,7 +1,6 @@
 #pragma once
 // What the server commands share: the session options (server address,
-// user, password, certificate switch), reading the library's answer, and a
-// progress bar for long work.
+// user, password, certificate switch) and reading the library's answer.
 //
 // Session options of every server command:
 //   --server ADDRESS      the management server as a user types it; it is
@@ -56,25 +55,10 @@ std::optional<std::string> elementText(std::string_view xml, std::string_view lo
 std::string prettyXml(std::string_view xml);
 
 // Prints the answer of a server call ("status N: description" and, with
-// --xml, the document) and answers the exit code: ok for status 0,
+// --xml, the document; with --json an object with the status, its
+// description and, with --xml, the document) and answers the exit code: ok for status 0,
 // unreachable for the library's communication failure (1999), failure for
 // any other status.
 int reportAnswer(const char *xml, const Options &options, const char *what);
-
-// A one-line bar on a terminal; on anything else a line per tenth.
-class ProgressBar {
-public:
-    explicit ProgressBar(std::string label, FILE *out = stderr);
-    ~ProgressBar();
-    void update(double percent);
-    void finish(bool ok);
-
-private:
-    std::string label_;
-    FILE *out_;
-    bool terminal_;
-    int lastShown_ = -1;
-    bool finished_ = false;
-};
 
 }  // namespace vorkcomm

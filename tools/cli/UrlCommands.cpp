@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "Command.h"
+#include "Output.h"
 
 namespace vorkcomm {
 namespace {
@@ -18,8 +19,7 @@ int url(const Options &o) {
         std::fprintf(stderr, "'%s' gives no URL\n", o.positional[0].c_str());
         return kExitFailure;
     }
-    std::printf("%s\n", result);
-    return kExitOk;
+    return emit(o, result, {{"url", std::string(result)}}, kExitOk);
 }
 
 CommandRegistrar r({"server-url", "ADDRESS", "the server URL the library makes of a typed address", url});

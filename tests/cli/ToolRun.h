@@ -1,0 +1,17 @@
+#pragma once
+// Runs a program to its end and collects its exit code, standard output and
+// standard error; standard error can be a pseudo-terminal.
+#include <string>
+#include <vector>
+
+namespace vork::test {
+
+struct ToolResult {
+    int exitCode = -1;  // 128 + signal when killed
+    std::string out, err;
+    double seconds = 0;
+};
+
+ToolResult runTool(const std::string &program, const std::vector<std::string> &arguments, bool stderrIsTerminal);
+
+}  // namespace vork::test
