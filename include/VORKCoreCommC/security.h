@@ -16,13 +16,15 @@
  */
 VORK_API const char *const VORKSecurityErrorDomain;
 
-/* The path of the system keychain ("/Library/Keychains/System.keychain"),
- * which the security facade never unlocks and never creates. */
+/** The path of the system keychain ("/Library/Keychains/System.keychain"),
+ * which the security facade never unlocks and never creates. Owned by the
+ * library; valid for the whole process. */
 VORK_API const char *const VORKSecuritySystemKeychainPath;
 
-/* The fixed password of the keychain files this library creates; the same
+/** The fixed password of the keychain files this library creates; the same
  * value creates and unlocks them. Kept in plain text on purpose: the
- * keychain's protection is its file mode and its access lists. */
+ * keychain's protection is its file mode and its access lists. Owned by the
+ * library; valid for the whole process. */
 VORK_API const char *const VORKSecurityPlainTextPasswordThisIsBad;
 
 #endif

@@ -8,11 +8,12 @@
 
 namespace vork {
 
+/** Reads the operating-system version of an installation on another volume. */
 class VORK_EXPORT OSXInstallerInfo {
 public:
     /**
      * The "ProductVersion" of the property list
-     * <root>/System/Library/CoreServices/SystemVersion.plist; "" when the file
+     * \<root\>/System/Library/CoreServices/SystemVersion.plist; "" when the file
      * is missing or not a readable dictionary. A readable dictionary without
      * a text "ProductVersion" raises a std::runtime_error named
      * "NSInvalidArgumentException" (the absent text cannot be copied).

@@ -12,10 +12,13 @@ namespace vork {
 /** Carries a name (for example "Build Version Not Found") and a reason; what() is the reason. */
 class VORK_EXPORT OperatingSystemVersionNotFound : public std::runtime_error {
 public:
+    /** The failure with its name and its reason (which is also what()). */
     OperatingSystemVersionNotFound(std::string name, std::string reason)
         : std::runtime_error(reason), name_(std::move(name)), reason_(std::move(reason)) {}
 
+    /** The failure's name, for example "Build Version Not Found". */
     const std::string &name() const noexcept { return name_; }
+    /** The reason, for example "Operating System Build version was not found". */
     const std::string &reason() const noexcept { return reason_; }
 
 private:

@@ -27,17 +27,24 @@ public:
 
     /** Ordering by major, then minor, then point (numbers, not text). */
     bool isLessThan(const VORKOperatingSystem &other) const;
+    /** isLessThan or isEqualToVORKOperatingSystem. */
     bool isLessThanOrEqualTo(const VORKOperatingSystem &other) const;
+    /** Neither less than nor equal. */
     bool isGreaterThan(const VORKOperatingSystem &other) const;
+    /** isGreaterThan or isEqualToVORKOperatingSystem. */
     bool isGreaterThanOrEqualTo(const VORKOperatingSystem &other) const;
     /** Equal normalised version texts. */
     bool isEqualToVORKOperatingSystem(const VORKOperatingSystem &other) const;
 
-    /** The same, against a version text parsed as by the constructor. */
+    /** isLessThan against a version text parsed as by the constructor. */
     bool isLessThanVersionString(const std::string &version) const;
+    /** isLessThanOrEqualTo against a version text parsed as by the constructor. */
     bool isLessThanOrEqualToVersionString(const std::string &version) const;
+    /** isGreaterThan against a version text parsed as by the constructor. */
     bool isGreaterThanVersionString(const std::string &version) const;
+    /** isGreaterThanOrEqualTo against a version text parsed as by the constructor. */
     bool isGreaterThanOrEqualToVersionString(const std::string &version) const;
+    /** isEqualToVORKOperatingSystem against a version text parsed as by the constructor. */
     bool isEqualToOsString(const std::string &version) const;
 
     /**
@@ -58,14 +65,21 @@ public:
     static std::vector<std::string> versionStringPartsFromWildCardString(const std::string &pattern,
                                                                          const std::string &wildCard);
 
+    /** The normalised version text "major.minor.point". */
     const std::string &versionString() const { return versionString_; }
+    /** The first number of the version. */
     int32_t majorVersion() const { return majorVersion_; }
+    /** The second number of the version (0 when missing). */
     int32_t minorVersion() const { return minorVersion_; }
+    /** The third number of the version (0 when missing). */
     int32_t pointVersion() const { return pointVersion_; }
-    /** Product name and build, filled in by VORKSystemInformation ("" otherwise). */
+    /** The product name, filled in by VORKSystemInformation ("" otherwise). */
     const std::string &productName() const { return productName_; }
+    /** Sets the product name. */
     void setProductName(const std::string &name) { productName_ = name; }
+    /** The build, filled in by VORKSystemInformation ("" otherwise). */
     const std::string &buildVersion() const { return buildVersion_; }
+    /** Sets the build. */
     void setBuildVersion(const std::string &build) { buildVersion_ = build; }
 
 private:

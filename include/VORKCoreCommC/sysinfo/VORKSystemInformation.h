@@ -11,6 +11,7 @@
 
 namespace vork {
 
+/** The running system's version, product name and build, and the console user. */
 class VORK_EXPORT VORKSystemInformation {
 public:
     /** A new instance (the class keeps no per-instance state). */
@@ -36,12 +37,15 @@ public:
 
     /**
      * The value of the first line of the tool output that, trimmed, starts
-     * with "ProductVersion" / "ProductName" / "BuildVersion": the text between
-     * its first and second ":", trimmed. Raise OperatingSystemVersionNotFound
-     * when no line starts with the key.
+     * with "ProductVersion": the text between its first and second ":",
+     * trimmed. Raises OperatingSystemVersionNotFound when no line starts with
+     * the key, and a std::runtime_error named "NSRangeException" when that
+     * line has no ":".
      */
     std::string getVersionStringFromString(const std::string &output);
+    /** As getVersionStringFromString, for the line that starts with "ProductName". */
     std::string getProductNameFromString(const std::string &output);
+    /** As getVersionStringFromString, for the line that starts with "BuildVersion". */
     std::string getBuildVersionFromString(const std::string &output);
 
     /** Forgets the kept system; holders of the old value keep theirs. */
