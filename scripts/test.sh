@@ -26,7 +26,7 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:ha
 
 if [ -x scripts/fuzz.sh ]; then
   echo "== fuzz targets (bounded) =="
-  scripts/fuzz.sh 60
+  scripts/fuzz.sh 30
 fi
 
 echo "== ThreadSanitizer (threaded code) =="
