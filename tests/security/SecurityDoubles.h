@@ -56,10 +56,6 @@ public:
 private:
     std::shared_ptr<platform::FileAttributes> real = platform::fileAttributes().get();
 };
-        return true;
-    }
-    bool changeMode(const std::string &path, mode_t mode) override;
-};
 
 // A CA (key and certificate) made with openssl in `folder`.
 struct TestCa {
