@@ -105,9 +105,11 @@ private:
                     if (n <= 0) goto next;
                     left -= n;
                 }
-                head.clear();
-                const char reply[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n<ok/>";
+                // One request per connection, so a client that keeps its
+                // connection open never holds the server.
+                const char reply[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nConnection: close\r\n\r\n<ok/>";
                 if (::write(c, reply, sizeof reply - 1) < 0) break;
+                break;
             }
         next:;
         }

@@ -1,5 +1,7 @@
 #include "transfers/FileHashInBackground.h"
 
+#include "base/CryptoAtExit.h"
+
 namespace vork {
 
 FileHashInBackground::FileHashInBackground() : state_(std::make_shared<State>()) {}

@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include <cstdlib>
 #include <functional>
@@ -53,7 +56,8 @@ const std::map<std::string, std::function<void(const FaultServer &, const std::s
                  std::fclose(f);
              }
              fileCopyStart(file.c_str(), (dir + "/copy").c_str());
-             fileHashSHA512Start(file.c_str());
+             // Hashing threads starting while the process exits.
+             for (int i = 0; i < 8; ++i) i % 2 ? fileHashSHA512Start(file.c_str()) : fileHashMD5Start(file.c_str());
              fileCopyProgress();
          }},
     };
@@ -88,8 +92,13 @@ int runChild(const std::string &scenario, const std::string &dir) {
     char *argv[] = {self, nullptr};
     pid_t pid = 0;
     if (posix_spawn(&pid, self, nullptr, nullptr, argv, envp.data()) != 0) return -1;
+    // A child that hangs (a deadlock at exit) fails too.
     int status = 0;
-    waitpid(pid, &status, 0);
+    for (int i = 0; i < 1200 && waitpid(pid, &status, WNOHANG) == 0; ++i) usleep(100000);
+    if (waitpid(pid, &status, WNOHANG) == 0) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
+    }
     return status;
 }
 

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "base/CryptoAtExit.h"
 #include "http/curl/CurlLoader.h"
 #include "http/curl/CurlLocalDriver.h"
 #include "runloop/RunLoop.h"
