@@ -205,6 +205,8 @@ void FaultServer::serve(int fd, int connection) {
                 out.append(reply.body, 0, bodyBytes);
                 if (!sendAll(fd, out.data(), out.size())) goto done;
             }
+            // A stalled reply holds the connection silent until the server stops.
+            if (reply.stallAfterCut && reply.cutAfterBodyBytes) waitOrStop(1e9);
             if (reply.close || reply.cutAfterBodyBytes) goto done;
         }
     }

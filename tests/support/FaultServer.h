@@ -43,6 +43,7 @@ struct FaultReply {
     std::optional<size_t> cutAfterBodyBytes;  // announce the whole body, send only this much, close
     bool close = false;                     // close the connection after the reply
     double trickleSeconds = 0;              // send the body in ten pieces spread over this time
+    bool stallAfterCut = false;             // with cutAfterBodyBytes: keep the connection open, silent
 };
 
 class FaultServer {

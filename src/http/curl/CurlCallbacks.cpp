@@ -5,15 +5,11 @@
 #include <cerrno>
 #include <string_view>
 
+#include "http/ResponseHeaderLine.h"
+
 namespace vork::http::curl {
 
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == '\r' || text.back() == '\n' || text.back() == ' ')) text.remove_suffix(1);
-    return text;
-}
 
 bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
     return text.size() >= prefix.size() && equalsIgnoringCase(text.substr(0, prefix.size()), prefix);
@@ -113,14 +109,13 @@ size_t onHeader(char *data, size_t size, size_t count, void *user) {
     auto *job = static_cast<Job *>(user);
     const size_t length = size * count;
     job->touch();
-    std::string_view line(data, length);
-    constexpr std::string_view kChallenge = "www-authenticate:";
-    if (startsWithIgnoringCase(line, "HTTP/")) {
+    const ResponseHeaderLine parsed = parseResponseHeaderLine(std::string_view(data, length));
+    if (parsed.kind == ResponseHeaderLine::Kind::StatusLine) {
         job->challengeHeader.clear();  // a new answer begins
-    } else if (startsWithIgnoringCase(line, kChallenge)) {
-        const std::string_view value = trimmed(line.substr(kChallenge.size()));
-        if (job->challengeHeader.empty() || startsWithIgnoringCase(value, "digest")) job->challengeHeader = value;
-        if (startsWithIgnoringCase(value, "digest")) dropUpFrontAuthorization(*job);
+    } else if (parsed.kind == ResponseHeaderLine::Kind::Challenge) {
+        const bool digest = parsed.scheme == ResponseHeaderLine::Scheme::Digest;
+        if (job->challengeHeader.empty() || digest) job->challengeHeader = parsed.challenge;
+        if (digest) dropUpFrontAuthorization(*job);
     }
     return length;
 }
