@@ -226,15 +226,13 @@ TEST(FileManagerTmp, ExistingNonRootFolderIsKeptAsItIsAndTrailingSlashIsDropped)
 }
 
 TEST_F(FileManagerRun, WithoutTmpDirTheSystemTmpUnderTheRootElsePrivateTmpIsUsed) {
-    {
-        ScopedTmpDir env{std::string()};  // set but empty counts as unset
-        EXPECT_EQ(FileManager::nsTempDir(), "");
-        EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/private/tmp/VORK").string());
-        EXPECT_TRUE(fs::is_directory(sandbox.at("/private/tmp/VORK")));
-    }
-    ScopedTmpDir env(std::nullopt);
+    ScopedTmpDir env{std::string()};  // set but empty counts as unset
+    EXPECT_EQ(FileManager::nsTempDir(), "");
+    EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/private/tmp/VORK").string());
+    EXPECT_TRUE(fs::is_directory(sandbox.at("/private/tmp/VORK")));
     fs::create_directories(sandbox.at("/tmp"));
     EXPECT_EQ(FileManager::nsTempDir(), sandbox.at("/tmp").string());
+    ScopedTmpDir unset(std::nullopt);
     EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/tmp/VORK").string());
     EXPECT_TRUE(fs::is_directory(sandbox.at("/tmp/VORK")));
 }
