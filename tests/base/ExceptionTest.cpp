@@ -14,32 +14,16 @@ TEST(Exception, CarriesNameAndReason) {
     EXPECT_STREQ(e.what(), "Connection failure");
 }
 
-TEST(Guard, TurnsAnyExceptionIntoTheNeutralResult) {
+TEST(Guard, TurnsAnyExceptionIntoTheNeutralResultAndHandlerSeesTheDescription) {
     EXPECT_EQ(vork::capi::guarded<int>(-1, []() -> int { throw vork::Exception("n", "r"); }), -1);
     EXPECT_EQ(vork::capi::guarded<int>(-1, []() -> int { throw 42; }), -1);
     EXPECT_EQ(vork::capi::guarded<int>(-1, [] { return 7; }), 7);
-}
-
-TEST(Guard, HandlerSeesTheDescription) {
-    std::string seen;
-    auto result = vork::capi::guardedOr<std::string>(
-        []() -> std::string { throw vork::Exception("URL Download Error", "Unable to initialize output file /x"); },
-        [&](const std::string &description) {
-            seen = description;
-            return std::string("handled");
-        });
-    EXPECT_EQ(result, "handled");
-    EXPECT_EQ(seen, "Unable to initialize output file /x");
-}
-
-TEST(Guard, NonStandardExceptionsHaveAGenericDescription) {
-    std::string seen;
-    vork::capi::guardedOr<int>([]() -> int { throw 3; },
-                               [&](const std::string &d) {
-                                   seen = d;
-                                   return 0;
-                               });
-    EXPECT_EQ(seen, "Unknown exception");
+    auto describe = [](auto thrower) {
+        return vork::capi::guardedOr<std::string>(thrower, [](const std::string &d) { return "handled: " + d; });
+    };
+    EXPECT_EQ(describe([]() -> std::string { throw vork::Exception("URL Download Error", "Unable to initialize output file /x"); }),
+              "handled: Unable to initialize output file /x");
+    EXPECT_EQ(describe([]() -> std::string { throw 3; }), "handled: Unknown exception");
 }
 
 TEST(Format, LongOutputIsNotTruncated) {

@@ -3,44 +3,37 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 
 #include "support/TempDir.h"
 
 namespace {
 
-TEST(SystemRoot, RealRootLeavesPathsAlone) {
+// The override wins over the environment; "/" or nothing is the real root;
+// only absolute paths are redirected.
+TEST(SystemRoot, OverrideThenEnvironmentRedirectsAbsolutePaths) {
+    struct Row {
+        std::optional<std::string> root, env;
+        std::string path, expected;
+    };
+    for (const Row &row : std::vector<Row>{
+             {std::nullopt, std::nullopt, "/Library/Application Support/VORK", "/Library/Application Support/VORK"},
+             {std::nullopt, "/tmp/sandbox/", "/usr/sbin/diskutil", "/tmp/sandbox/usr/sbin/diskutil"},
+             {"/", "/from/env", "/Library/x", "/Library/x"},
+             {"/sandbox", "/from/env", "relative/file", "relative/file"},
+             {"/sandbox//", "/from/env", "/private/tmp", "/sandbox/private/tmp"}}) {
+        row.env ? setenv("VORKCOMMC_ROOT", row.env->c_str(), 1) : unsetenv("VORKCOMMC_ROOT");
+        row.root ? vork::setSystemRoot(*row.root) : vork::clearSystemRootOverride();
+        EXPECT_EQ(vork::systemPath(row.path), row.expected) << row.path;
+    }
     vork::clearSystemRootOverride();
-    unsetenv("VORKCOMMC_ROOT");
-    EXPECT_EQ(vork::systemPath("/Library/Application Support/VORK"), "/Library/Application Support/VORK");
-}
-
-TEST(SystemRoot, EnvironmentRedirectsFixedPaths) {
-    vork::clearSystemRootOverride();
-    setenv("VORKCOMMC_ROOT", "/tmp/sandbox/", 1);
-    EXPECT_EQ(vork::systemPath("/usr/sbin/diskutil"), "/tmp/sandbox/usr/sbin/diskutil");
-    unsetenv("VORKCOMMC_ROOT");
-}
-
-TEST(SystemRoot, OverrideWinsOverEnvironmentUntilCleared) {
-    setenv("VORKCOMMC_ROOT", "/from/env", 1);
     {
         vork::test::SystemRootSandbox sandbox;
         EXPECT_EQ(vork::systemPath("/private/tmp"), sandbox.root().str() + "/private/tmp");
     }
+    // Until the override is cleared.
     EXPECT_EQ(vork::systemPath("/private/tmp"), "/from/env/private/tmp");
     unsetenv("VORKCOMMC_ROOT");
-}
-
-TEST(SystemRoot, SlashMeansTheRealRoot) {
-    vork::setSystemRoot("/");
-    EXPECT_EQ(vork::systemPath("/Library/x"), "/Library/x");
-    vork::clearSystemRootOverride();
-}
-
-TEST(SystemRoot, RelativePathsAreNotRedirected) {
-    vork::setSystemRoot("/sandbox");
-    EXPECT_EQ(vork::systemPath("relative/file"), "relative/file");
-    vork::clearSystemRootOverride();
 }
 
 }  // namespace

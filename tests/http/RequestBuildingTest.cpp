@@ -47,19 +47,20 @@ TEST(RequestBuilding, ResetKeepsOnlyTheUrl) {
 }
 
 TEST(RequestAuthentication, RulesFollowCredentialsAndServerAddress) {
+    using M = AuthenticationMethod;
     VORKHTTPRequest request;
-    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ServerTrust));
-    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPBasic));
-    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate));
+    auto accepted = [&](std::vector<M> methods) {
+        std::vector<bool> answers;
+        for (M m : methods) answers.push_back(request.canAuthenticateAgainstProtectionSpace(m));
+        return answers;
+    };
+    EXPECT_EQ(accepted({M::ServerTrust, M::HTTPBasic, M::ClientCertificate}), (std::vector<bool>{true, false, false}));
     request.setUsername("u");
-    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPDigest));
+    EXPECT_EQ(accepted({M::HTTPDigest}), std::vector<bool>{false});
     request.setPassword("");
-    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPBasic));
-    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::HTTPDigest));
-    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::Default));
+    EXPECT_EQ(accepted({M::HTTPBasic, M::HTTPDigest, M::Default}), (std::vector<bool>{true, true, false}));
     request.setZelAddressForCredential("https://zel/");
-    EXPECT_TRUE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::ClientCertificate));
-    EXPECT_FALSE(request.canAuthenticateAgainstProtectionSpace(AuthenticationMethod::Other));
+    EXPECT_EQ(accepted({M::ClientCertificate, M::Other}), (std::vector<bool>{true, false}));
 }
 
 TEST(RequestAuthentication, NoIdentityIsAskedWithoutServerAddress) {
@@ -85,25 +86,7 @@ struct Progress : VORKHTTPRequestDelegate {
     void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
 };
 
-TEST(UploadCounter, EachWrapOfThe32BitTotalCountsWith4294967295) {
-    Progress progress;
-    VORKHTTPRequest request;
-    request.setNotifyObject(&progress);
-    request.setNotifyProgress(true);
-    const uint64_t size = 10000000000ULL;  // 10 GB
-    request.setExpectedContentLength(size);
-    request.connectionDidSendBodyData(0, static_cast<int32_t>(4000000000u), -1);
-    EXPECT_EQ(request.currentUploadBytes(), 4000000000u);
-    request.connectionDidSendBodyData(0, 100, -1);
-    EXPECT_EQ(request.currentUploadBytes(), 4294967295ULL + 100);
-    request.connectionDidSendBodyData(0, 5000, -1);
-    EXPECT_EQ(request.currentUploadBytes(), 4294967295ULL + 5000);
-    request.connectionDidSendBodyData(0, 7, -1);
-    EXPECT_EQ(request.currentUploadBytes(), 2 * 4294967295ULL + 7);
-    EXPECT_DOUBLE_EQ(progress.last, static_cast<double>(2 * 4294967295ULL + 7) / static_cast<double>(size) * 100.0);
-}
-
-TEST(UploadCounter, DenominatorIsTheLargerExpectedFigure) {
+TEST(UploadCounter, WrapsOfThe32BitTotalCountWith4294967295AndTheLargerExpectedFigureDivides) {
     Progress progress;
     VORKHTTPRequest request;
     request.setNotifyObject(&progress);
@@ -113,18 +96,23 @@ TEST(UploadCounter, DenominatorIsTheLargerExpectedFigure) {
     request.setExpectedContentLength(1000);
     request.connectionDidSendBodyData(50, 100, 200);
     EXPECT_DOUBLE_EQ(progress.last, 10.0);
+    const uint64_t size = 10000000000ULL;  // 10 GB
+    request.setExpectedContentLength(size);
+    const uint64_t wrap = 4294967295ULL;
+    for (auto [sent, total] : std::vector<std::pair<uint32_t, uint64_t>>{
+             {4000000000u, 4000000000u}, {100, wrap + 100}, {5000, wrap + 5000}, {7, 2 * wrap + 7}}) {
+        request.connectionDidSendBodyData(0, static_cast<int32_t>(sent), -1);
+        EXPECT_EQ(request.currentUploadBytes(), total);
+    }
+    EXPECT_DOUBLE_EQ(progress.last, static_cast<double>(2 * wrap + 7) / static_cast<double>(size) * 100.0);
 }
 
 TEST(UrlErrors, CurlFailuresMapOntoThePlatformCodes) {
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_OPERATION_TIMEDOUT), -1001);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_COULDNT_RESOLVE_HOST), -1003);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_COULDNT_CONNECT), -1004);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_RECV_ERROR), -1005);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_PARTIAL_FILE), -1005);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_PEER_FAILED_VERIFICATION), -1202);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_SSL_CONNECT_ERROR), -1200);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_UNSUPPORTED_PROTOCOL), -1002);
-    EXPECT_EQ(urlErrorCodeForCurl(CURLE_OUT_OF_MEMORY), -1);
+    for (auto [curl, code] : std::vector<std::pair<CURLcode, long>>{
+             {CURLE_OPERATION_TIMEDOUT, -1001}, {CURLE_COULDNT_RESOLVE_HOST, -1003}, {CURLE_COULDNT_CONNECT, -1004},
+             {CURLE_RECV_ERROR, -1005}, {CURLE_PARTIAL_FILE, -1005}, {CURLE_PEER_FAILED_VERIFICATION, -1202},
+             {CURLE_SSL_CONNECT_ERROR, -1200}, {CURLE_UNSUPPORTED_PROTOCOL, -1002}, {CURLE_OUT_OF_MEMORY, -1}})
+        EXPECT_EQ(urlErrorCodeForCurl(curl), code) << curl;
 }
 
 TEST(UrlErrors, DescriptionsAreThePlatformTexts) {

@@ -18,8 +18,10 @@ std::string written(const MappedObject &object) {
     return parent.xmlString();
 }
 
-TEST(MappingWrite, FieldsFollowTheFieldOrderNotTheDeclarationOrder) {
+TEST(MappingWrite, FieldsFollowTheFieldOrderAndUnsetOptionalsAreSkipped) {
     PingRequest ping;
+    EXPECT_EQ(written(ping),
+              "<parent><ns2:invalidate>0</ns2:invalidate><ns2:count>0</ns2:count><ns2:ratio>0</ns2:ratio></parent>");
     ping.invalidate = true;
     ping.count = -3;
     ping.note = "hi";
@@ -27,12 +29,6 @@ TEST(MappingWrite, FieldsFollowTheFieldOrderNotTheDeclarationOrder) {
     EXPECT_EQ(written(ping),
               "<parent><ns2:invalidate>1</ns2:invalidate><ns2:count>-3</ns2:count><ns2:note>hi</ns2:note>"
               "<ns2:ratio>0.25</ns2:ratio></parent>");
-}
-
-TEST(MappingWrite, UnsetOptionalFieldsAreSkippedScalarsAlwaysWritten) {
-    PingRequest ping;
-    EXPECT_EQ(written(ping),
-              "<parent><ns2:invalidate>0</ns2:invalidate><ns2:count>0</ns2:count><ns2:ratio>0</ns2:ratio></parent>");
 }
 
 TEST(MappingWrite, TextAndDataForms) {
@@ -84,24 +80,19 @@ TEST(MappingWrite, EveryKindOfTheCrate) {
               "</parent>");
 }
 
-TEST(MappingWrite, EmptyListIsAnEmptyElementAndNullItemsAreSkipped) {
+// An empty list is an empty element, null items are skipped; an untagged
+// string item and a subclass without its own declaration are empty
+// elements named after their class.
+TEST(MappingWrite, EmptyListsNullItemsAndUntaggedOrUndeclaredItems) {
     Crate crate;
     crate.labels = {nullptr};
     std::string xml = written(crate);
     EXPECT_THAT(xml, HasSubstr("<ns2:labels/>"));
     EXPECT_THAT(xml, HasSubstr("<ns2:tags/>"));
     EXPECT_THAT(xml, Not(HasSubstr("names")));  // none: not written
-}
-
-// An untagged string item and a subclass without its own declaration are
-// empty elements named after their class.
-TEST(MappingWrite, UntaggedAndUndeclaredItemsAreEmptyElementsOfTheirClassName) {
-    auto plain = std::make_shared<PlainLabel>();
-    EXPECT_EQ(VCCMessageContent::nodeNameFromObject(*plain), "plainLabel");
-    Crate crate;
-    crate.labels = {plain};
+    crate.labels = {std::make_shared<PlainLabel>()};
     crate.tags = {std::make_shared<VCCStringListItem>()};
-    std::string xml = written(crate);
+    xml = written(crate);
     EXPECT_THAT(xml, HasSubstr("<ns2:labels><ns2:plainLabel/></ns2:labels>"));
     EXPECT_THAT(xml, HasSubstr("<ns2:tags><ns2:vCCStringListItem/></ns2:tags>"));
 }
@@ -130,9 +121,9 @@ TEST(MappingNames, ElementNames) {
     EXPECT_EQ(VCCMessageContent::nodeNameFromObject(PingRequest()), "ping");
     EXPECT_EQ(VCCMessageContent::nodeNameFromObject(VCCStringListItem("x")), "");
     EXPECT_EQ(VCCMessageContent::nodeNameFromObject(VCCStringListItem()), "vCCStringListItem");
-    EXPECT_EQ(VCCMessageContent::stripNamespace("ns2:status"), "status");
-    EXPECT_EQ(VCCMessageContent::stripNamespace("status"), "status");
-    EXPECT_EQ(VCCMessageContent::stripNamespace("a:b:c"), "b");
+    EXPECT_EQ(VCCMessageContent::nodeNameFromObject(PlainLabel()), "plainLabel");
+    for (auto [name, local] : std::vector<std::pair<std::string, std::string>>{{"ns2:status", "status"}, {"status", "status"}, {"a:b:c", "b"}})
+        EXPECT_EQ(VCCMessageContent::stripNamespace(name), local) << name;
 }
 
 TEST(MappingDeclaration, FieldEntriesParse) {

@@ -15,18 +15,13 @@ std::string describe(int32_t code) {
     return status.description();
 }
 
-TEST(Status, Defaults) {
+TEST(Status, DefaultsAndTextsFromTheTable) {
     auto clock = platform::clock().install(clockAt(1234));
-    VCCStatus status;
-    EXPECT_EQ(status.code(), 0);
-    EXPECT_EQ(javaEpochValue(status.timestamp()), 1234000);
-    EXPECT_EQ(status.title(), "");
-    EXPECT_EQ(status.message(), "");
-    EXPECT_EQ(status.extendedMessage(), "");
-    EXPECT_EQ(status.description(), " - ");
-}
-
-TEST(Status, TextsFromTheTable) {
+    VCCStatus fresh;
+    EXPECT_EQ(fresh.code(), 0);
+    EXPECT_EQ(javaEpochValue(fresh.timestamp()), 1234000);
+    EXPECT_EQ(fresh.extendedMessage(), "");
+    EXPECT_EQ(fresh.description(), " - ");
     for (const auto &[code, text] : std::vector<std::pair<int32_t, std::string>>{
              {0, "Success - The action was completed successfully."},
              {1421, "Device Not Found - The device specified could not be found."},
@@ -88,9 +83,9 @@ TEST(Status, WritingFullStatus) {
               "<content><status><code>1999</code><timestamp>1700000000000</timestamp>"
               "<extendedMessage>why</extendedMessage></status></content>");
     status.setExtendedMessage(std::nullopt);
-    xml::XmlNode other = xml::XmlNode::element("content");
-    status.saveToXmlNode(other);
-    EXPECT_NE(other.xmlString().find("<extendedMessage/>"), std::string::npos);
+    parent = xml::XmlNode::element("content");
+    status.saveToXmlNode(parent);
+    EXPECT_NE(parent.xmlString().find("<extendedMessage/>"), std::string::npos);
 }
 
 }  // namespace

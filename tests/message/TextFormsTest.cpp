@@ -55,19 +55,13 @@ protected:
     std::optional<std::string> saved_;
 };
 
-TEST_F(LocalZone, CalendarDatesInLocalTime) {
+TEST_F(LocalZone, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
     // 17:04:09 CET is 16:04:09 UTC.
-    std::optional<Date> full = dateFromVorkDateString("2014-03-05 17:04:09");
-    ASSERT_TRUE(full);
-    EXPECT_EQ(full->time_since_epoch(), milliseconds(1394035449000));
-    std::optional<Date> day = dateFromVorkDateString("2014-03-05");
-    ASSERT_TRUE(day);
-    EXPECT_EQ(day->time_since_epoch(), milliseconds(1393974000000));
     // Summer time: 12:00 CEST is 10:00 UTC.
-    EXPECT_EQ(dateFromVorkDateString("2014-07-01 12:00:00")->time_since_epoch(), milliseconds(1404208800000));
-}
-
-TEST_F(LocalZone, CalendarDatesThatDoNotMatch) {
+    for (auto [text, millis] : std::vector<std::pair<const char *, int64_t>>{
+             {"2014-03-05 17:04:09", 1394035449000}, {"2014-03-05", 1393974000000}, {"2014-07-01 12:00:00", 1404208800000}})
+        EXPECT_EQ(dateFromVorkDateString(text).value_or(Date()).time_since_epoch(), milliseconds(millis)) << text;
+    // Texts that do not match.
     for (const char *text : {"05.03.2014", "", "2014-3-5", "2014-03-05 17:04", "2014-03-05T17:04:09", "2014-02-30",
                              "2014-13-01", "2014-03-05 24:00:00", "2014-03-05 17:04:09 ", "x2014-03-05"})
         EXPECT_FALSE(dateFromVorkDateString(text)) << text;
@@ -75,7 +69,7 @@ TEST_F(LocalZone, CalendarDatesThatDoNotMatch) {
 
 std::string cleaned(const std::string &text) { return RemoveInvalidXmlData::removeInvalidEncodedChars(text); }
 
-TEST(RemoveInvalidXmlData, DropsReferencesToControlCharacters) {
+TEST(RemoveInvalidXmlData, DropsReferencesToControlCharactersAndKeepsEverythingElse) {
     for (const auto &[text, expected] : std::vector<std::pair<std::string, std::string>>{
              {"a&#8;b", "ab"},
              {"&#1;&#2;&#9;", "&#9;"},
@@ -89,9 +83,6 @@ TEST(RemoveInvalidXmlData, DropsReferencesToControlCharacters) {
              {"x&#&#1;y", "x&#&#1;y"},
              {"&#3;&#3;;&#3", ";&#3"}})
         EXPECT_EQ(cleaned(text), expected) << text;
-}
-
-TEST(RemoveInvalidXmlData, KeepsEverythingElse) {
     for (const char *text : {"a&#10;b", "a&#9;b", "a&#13;b", "a&#29;b", "a&#30;b", "a&#31;b", "a&#32;b", "a&#x8;b",
                              "a&#;b", "a&#12", "x&#-3;y", "&#99999999999999999999;", "&#4294967296;", "plain", "",
                              "&#1e1;", "&#+5;", "&#1,0;"})
@@ -100,23 +91,18 @@ TEST(RemoveInvalidXmlData, KeepsEverythingElse) {
 
 std::optional<std::string> filtered(const std::string &bytes) { return VCCMessage::dataByRemovingInvalidXmlCharacters(bytes); }
 
-TEST(XmlCharacterFilter, RangesEndOneShortOfXml) {
-    EXPECT_EQ(filtered("a\tb\nc\rd"), "a\tb\nc\rd");
-    EXPECT_EQ(filtered(std::string("a\x00\x01\x08\x0B\x0C\x1F" "b", 8)), "ab");
-    EXPECT_EQ(filtered("\xED\x9F\xBE|\xED\x9F\xBF"), "\xED\x9F\xBE|");                  // U+D7FE kept, U+D7FF not
-    EXPECT_EQ(filtered("\xEE\x80\x80|\xEF\xBF\xBC|\xEF\xBF\xBD|\xEF\xBF\xBE|\xEF\xBF\xBF"),  // U+E000, FFFC..FFFF
-              "\xEE\x80\x80|\xEF\xBF\xBC|||");
-    EXPECT_EQ(filtered("\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF"),  // U+10000, 10FFFE, 10FFFF
-              "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|");
-    EXPECT_EQ(filtered("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xC3\xA9 \xE2\x82\xAC");
-    EXPECT_EQ(filtered(""), "");
-}
-
-TEST(XmlCharacterFilter, InvalidUtf8IsNone) {
-    EXPECT_FALSE(filtered("\xC3"));
-    EXPECT_FALSE(filtered("\xC0\xAF"));           // overlong
-    EXPECT_FALSE(filtered("\xED\xA0\x80"));       // surrogate
-    EXPECT_FALSE(filtered("ok \xF4\x90\x80\x80"));  // beyond U+10FFFF
+TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
+    const std::vector<std::pair<std::string, std::optional<std::string>>> rows = {
+        {"a\tb\nc\rd", "a\tb\nc\rd"},
+        {std::string("a\x00\x01\x08\x0B\x0C\x1F" "b", 8), "ab"},
+        {"\xED\x9F\xBE|\xED\x9F\xBF", "\xED\x9F\xBE|"},  // U+D7FE kept, U+D7FF not
+        {"\xEE\x80\x80|\xEF\xBF\xBC|\xEF\xBF\xBD|\xEF\xBF\xBE|\xEF\xBF\xBF", "\xEE\x80\x80|\xEF\xBF\xBC|||"},  // U+E000, FFFC..FFFF
+        {"\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|"},  // U+10000, 10FFFE, 10FFFF
+        {"caf\xC3\xA9 \xE2\x82\xAC", "caf\xC3\xA9 \xE2\x82\xAC"}, {"", ""},
+        // Invalid UTF-8: truncated, overlong, surrogate, beyond U+10FFFF.
+        {"\xC3", std::nullopt}, {"\xC0\xAF", std::nullopt}, {"\xED\xA0\x80", std::nullopt},
+        {"ok \xF4\x90\x80\x80", std::nullopt}};
+    for (const auto &[bytes, expected] : rows) EXPECT_EQ(filtered(bytes), expected) << bytes;
 }
 
 }  // namespace

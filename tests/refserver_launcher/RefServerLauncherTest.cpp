@@ -74,7 +74,8 @@ std::string firstText(const std::string &xml, const std::string &tag) {
     return xml.substr(begin + open.size(), end - begin - open.size());
 }
 
-TEST(RefServerLauncher, StartsOnLoopbackAndAnswersAKeepAlive) {
+// One server for the exchange, the fault switch and the file folder.
+TEST(RefServerLauncher, StartsOnLoopbackAnswersAKeepAliveSwitchesFaultsAndServesFiles) {
     RefServer server;
     EXPECT_EQ(server.url(), "http://127.0.0.1:" + std::to_string(server.port()));
     EXPECT_EQ(server.clientUrl(), server.url() + "/client");
@@ -92,18 +93,8 @@ TEST(RefServerLauncher, StartsOnLoopbackAndAnswersAKeepAlive) {
     EXPECT_EQ(seen.find(server.password()), std::string::npos) << "the password must not be recorded";
     server.clearRequests();
     EXPECT_EQ(server.requests(), "[]");
-}
+    EXPECT_EQ(firstText(postEnvelope(server, "not-the-password").body, "code"), "1400");
 
-TEST(RefServerLauncher, WrongPasswordIsAnsweredWithAuthenticationError) {
-    RefServer server;
-    Posted reply = postEnvelope(server, "not-the-password");
-    ASSERT_EQ(reply.result, CURLE_OK);
-    EXPECT_EQ(reply.status, 200);
-    EXPECT_EQ(firstText(reply.body, "code"), "1400");
-}
-
-TEST(RefServerLauncher, FaultsAreSwitchedBetweenRequests) {
-    RefServer server;
     server.setFault(R"({"httpStatus": 500})");
     EXPECT_EQ(postEnvelope(server, server.password()).status, 500);
     server.setFault(R"({"cutConnection": true})");
@@ -111,10 +102,7 @@ TEST(RefServerLauncher, FaultsAreSwitchedBetweenRequests) {
     server.clearFault();
     EXPECT_EQ(postEnvelope(server, server.password()).status, 200);
     EXPECT_THROW(server.setFault(R"({"noSuchFault": true})"), std::runtime_error);
-}
 
-TEST(RefServerLauncher, ServesFilesFromItsFolder) {
-    RefServer server;
     server.addFile("hello.txt", "hello, world\n");
     RefServer::Reply manifest = server.exchange("GET", "/__manifest");
     EXPECT_EQ(manifest.status, 200);

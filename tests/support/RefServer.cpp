@@ -47,13 +47,6 @@ std::string pythonInterpreter() {
     throw std::runtime_error("RefServer: no python3 found");
 }
 
-std::string readWhole(const std::filesystem::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
-
 size_t appendBody(char *data, size_t size, size_t count, void *target) {
     static_cast<std::string *>(target)->append(data, size * count);
     return size * count;
@@ -136,7 +129,7 @@ void RefServer::start() {
     while (true) {
         std::error_code ec;
         if (std::filesystem::exists(portFile, ec)) {
-            port_ = std::atoi(readWhole(portFile).c_str());
+            port_ = std::atoi(readFile(portFile).c_str());
             if (port_ > 0) return;
         }
         int status = 0;
@@ -235,6 +228,6 @@ void RefServer::clearRequests() {
     }
 }
 
-std::string RefServer::log() const { return readWhole(dir_ / "stderr.txt"); }
+std::string RefServer::log() const { return readFile(dir_ / "stderr.txt"); }
 
 }  // namespace vork::test

@@ -54,11 +54,8 @@ TEST(Base64Encode, KnownVectorsWithPaddingAndTheWholeAlphabet) {
     }
     EXPECT_EQ(encode(patternBytes(100)).size(), 136u);  // 4 * ceil(100 / 3)
     EXPECT_EQ(encodeWithLength("", true).second, 0u);
-}
-
-TEST(Base64Encode, NullOutLengthIsAllowed) {
+    // The out length may be null.
     std::unique_ptr<char, FreeDeleter> buffer(NewBase64Encode("ABC", 3, true, nullptr));
-    ASSERT_NE(buffer, nullptr);
     EXPECT_STREQ(buffer.get(), "QUJD");
 }
 

@@ -101,13 +101,9 @@ protected:
 };
 
 TEST(FileManagerPermissions, AttributeSetsAndTheAdminGroup) {
-    const Permissions full = permissionsWithOwner(0, 80, 0700);
-    EXPECT_EQ(full.owner, 0u);
-    EXPECT_EQ(full.group, 80u);
-    EXPECT_EQ(full.mode, 0700u);
-    const Permissions modeOnly = permissionsWithMode(0755);
-    EXPECT_FALSE(modeOnly.owner);
-    EXPECT_FALSE(modeOnly.group);
+    const Permissions full = permissionsWithOwner(0, 80, 0700), modeOnly = permissionsWithMode(0755);
+    EXPECT_TRUE(full.owner == 0u && full.group == 80u && full.mode == 0700u);
+    EXPECT_FALSE(modeOnly.owner || modeOnly.group);
     EXPECT_EQ(modeOnly.mode, 0755u);
     const struct group *sudo = ::getgrnam("sudo");
     EXPECT_EQ(adminGroupId(), sudo ? sudo->gr_gid : 27u);
@@ -176,13 +172,6 @@ TEST_F(FileManagerRun, MarkerPathsAreSplitBetweenLegacyAndNewFolder) {
     expectPrivateFolder(sandbox.at(kLegacyRun));
 }
 
-TEST(FileManagerRunFolder, AnswersThePathEvenWhenItCannotCreate) {
-    test::TempDir dir;
-    const std::string path = (dir.write("blocker", "file") / "run").string();
-    EXPECT_EQ(FileManager::manageRunFolder(path), path);
-    EXPECT_FALSE(fs::exists(path));
-}
-
 TEST(FileManagerTmp, RunningAsRootFollowsTheEffectiveUser) {
     EXPECT_TRUE([] { auto guard = actAs(0); return FileManager::isRunningAsRoot(); }());
     EXPECT_FALSE([] { auto guard = actAs(501); return FileManager::isRunningAsRoot(); }());
@@ -236,23 +225,23 @@ TEST(FileManagerTmp, ExistingNonRootFolderIsKeptAsItIsAndTrailingSlashIsDropped)
     EXPECT_EQ(statOf(userTmp / "VORK").st_mode & 07777, 0751u);
 }
 
-TEST_F(FileManagerRun, WithoutTmpDirTheSystemTmpUnderTheRootIsUsed) {
-    ScopedTmpDir env(std::nullopt);
-    fs::create_directories(sandbox.at("/tmp"));
-    EXPECT_EQ(FileManager::nsTempDir(), sandbox.at("/tmp").string());
-    EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/tmp/VORK").string());
-    EXPECT_TRUE(fs::is_directory(sandbox.at("/tmp/VORK")));
-}
-
-TEST_F(FileManagerRun, WithoutAnyTempFolderPrivateTmpIsTheFallback) {
+TEST_F(FileManagerRun, WithoutTmpDirTheSystemTmpUnderTheRootElsePrivateTmpIsUsed) {
     ScopedTmpDir env{std::string()};  // set but empty counts as unset
     EXPECT_EQ(FileManager::nsTempDir(), "");
     EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/private/tmp/VORK").string());
     EXPECT_TRUE(fs::is_directory(sandbox.at("/private/tmp/VORK")));
+    fs::create_directories(sandbox.at("/tmp"));
+    EXPECT_EQ(FileManager::nsTempDir(), sandbox.at("/tmp").string());
+    ScopedTmpDir unset(std::nullopt);
+    EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/tmp/VORK").string());
+    EXPECT_TRUE(fs::is_directory(sandbox.at("/tmp/VORK")));
 }
 
-TEST(FileManagerBasics, IsDirectoryFollowsLinks) {
+TEST(FileManagerBasics, IsDirectoryFollowsLinksAndARunFolderPathIsAnsweredEvenWhenItCannotBeMade) {
     test::TempDir dir;
+    const std::string blocked = (dir.write("blocker", "file") / "run").string();
+    EXPECT_EQ(FileManager::manageRunFolder(blocked), blocked);
+    EXPECT_FALSE(fs::exists(blocked));
     const fs::path file = dir.write("f", "x");
     fs::create_directory(dir / "d");
     fs::create_directory_symlink(dir / "d", dir / "link");

@@ -25,13 +25,12 @@ const char kReply[] =
     "</ns2:clientSitePrivileges></commandData></content></ns2:vorkMessage>";
 
 TEST(SafeXPath, RewritesEachComponent) {
-    EXPECT_EQ(VORKXMLMessage::safeXPath("a/b[2]/c"),
-              "*[local-name() = 'a']/*[local-name() = 'b'][2]/*[local-name() = 'c']");
-    EXPECT_EQ(VORKXMLMessage::safeXPath(""), "*[local-name() = '']");
-    EXPECT_EQ(VORKXMLMessage::safeXPath("status/code"), "*[local-name() = 'status']/*[local-name() = 'code']");
-    EXPECT_EQ(VORKXMLMessage::safeXPath("/a"), "*[local-name() = '']/*[local-name() = 'a']");
-    EXPECT_EQ(VORKXMLMessage::safeXPath("a//b"), "*[local-name() = 'a']/*[local-name() = '']/*[local-name() = 'b']");
-    EXPECT_EQ(VORKXMLMessage::safeXPath("x[@k='v'][1]"), "*[local-name() = 'x'][@k='v'][1]");
+    for (const auto &[path, safe] : std::vector<std::pair<std::string, std::string>>{
+             {"a/b[2]/c", "*[local-name() = 'a']/*[local-name() = 'b'][2]/*[local-name() = 'c']"},
+             {"", "*[local-name() = '']"}, {"/a", "*[local-name() = '']/*[local-name() = 'a']"},
+             {"a//b", "*[local-name() = 'a']/*[local-name() = '']/*[local-name() = 'b']"},
+             {"x[@k='v'][1]", "*[local-name() = 'x'][@k='v'][1]"}})
+        EXPECT_EQ(VORKXMLMessage::safeXPath(path), safe) << path;
 }
 
 TEST(VORKXMLMessage, PropertiesRelativeToTheContentsNode) {
@@ -60,13 +59,10 @@ TEST(VORKXMLMessage, PropertiesRelativeToTheContentsNode) {
         EXPECT_EQ(message.boolForProperty(property), flag) << property;
 }
 
-TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocument) {
-    VORKXMLMessage message = VORKXMLMessage::messageWithString("<reply><status><code>5</code></status></reply>");
-    EXPECT_EQ(message.valueForProperty("status/code"), "");
-    EXPECT_EQ(message.integerForProperty("reply/status/code"), 5);
-}
-
-TEST(VORKXMLMessage, NotXmlReadsNothing) {
+TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocumentAndNotXmlReadsNothing) {
+    VORKXMLMessage reply = VORKXMLMessage::messageWithString("<reply><status><code>5</code></status></reply>");
+    EXPECT_EQ(reply.valueForProperty("status/code"), "");
+    EXPECT_EQ(reply.integerForProperty("reply/status/code"), 5);
     VORKXMLMessage message = VORKXMLMessage::messageWithData("this is not xml");
     ASSERT_TRUE(message.xml());
     EXPECT_TRUE(message.xml()->lastError());

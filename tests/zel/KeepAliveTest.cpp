@@ -30,7 +30,9 @@ protected:
     RefServer server;
 };
 
-TEST_F(KeepAlive, SendsOneKeepAliveRequestPerCallAndAnswersTheServersMessage) {
+TEST_F(KeepAlive, PostsOneKeepAliveRequestPerCallAsXmlWithBasicAuthentication) {
+    // Blanks and trailing slashes of the typed URL give exactly one "/".
+    setZelUrl((" " + server.url() + "/// ").c_str());
     std::string reply = keepAlive(0);
     EXPECT_EQ(statusCodeOf(reply), 0) << reply;
     Json record = lastClientRequest(server);
@@ -42,6 +44,11 @@ TEST_F(KeepAlive, SendsOneKeepAliveRequestPerCallAndAnswersTheServersMessage) {
     EXPECT_EQ(fieldsOf(record), (Fields{{"ns2:invalidate", "0"}}));
     EXPECT_EQ(record["envelope"]["application"].text, kApplicationIdentifier);
     EXPECT_EQ(record["method"].text, "POST");
+    EXPECT_EQ(record["path"].text, "/client");
+    std::map<std::string, std::string> headers;
+    for (const Json &header : record["headers"].items) headers[header[0].text] = header[1].text;
+    EXPECT_EQ(headers["Content-Type"], "application/xml; charset=utf-8");
+    EXPECT_EQ(headers["Authorization"], "Basic ********");  // the server masks what it records
     // Invalidate is written as one, for any nonzero byte.
     for (unsigned char invalidate : {1, 7}) {
         EXPECT_EQ(statusCodeOf(keepAlive(invalidate)), 0);
@@ -52,30 +59,15 @@ TEST_F(KeepAlive, SendsOneKeepAliveRequestPerCallAndAnswersTheServersMessage) {
     EXPECT_EQ(emptyClientPosts(server), 0u) << server.requests();
 }
 
-TEST_F(KeepAlive, PostsXmlToTheClientResourceWithBasicAuthentication) {
-    // Blanks and trailing slashes of the typed URL give exactly one "/".
-    setZelUrl((" " + server.url() + "/// ").c_str());
-    keepAlive(0);
-    Json record = lastClientRequest(server);
-    EXPECT_EQ(record["path"].text, "/client");
-    std::map<std::string, std::string> headers;
-    for (const Json &header : record["headers"].items) headers[header[0].text] = header[1].text;
-    EXPECT_EQ(headers["Content-Type"], "application/xml; charset=utf-8");
-    EXPECT_EQ(headers["Authorization"], "Basic ********");  // the server masks what it records
-}
-
-TEST_F(KeepAlive, WrongPasswordGivesTheServersAuthenticationStatus) {
-    setZelPassword("not-the-password");
-    EXPECT_EQ(statusCodeOf(keepAlive(0)), 1400);
-}
-
-TEST_F(KeepAlive, LaterSettingsTakeEffectForLaterCalls) {
+TEST_F(KeepAlive, LaterSettingsTakeEffectForLaterCallsAndAWrongPasswordGivesTheAuthenticationStatus) {
     RefServer second;
     EXPECT_EQ(statusCodeOf(keepAlive(0)), 0);
     setZelUrl(second.url().c_str());
     EXPECT_EQ(statusCodeOf(keepAlive(0)), 0);
     EXPECT_EQ(clientRequests(server).size(), 1u);
     EXPECT_EQ(clientRequests(second).size(), 1u);
+    setZelPassword("not-the-password");
+    EXPECT_EQ(statusCodeOf(keepAlive(0)), 1400);
 }
 
 TEST_F(KeepAlive, FailedExchangesGiveStatus1999) {
@@ -85,6 +77,13 @@ TEST_F(KeepAlive, FailedExchangesGiveStatus1999) {
     }
     setZelUrl(closedUrl().c_str());  // refused connection
     EXPECT_EQ(statusCodeOf(keepAlive(0)), kFailure);
+    // The failure message carries the fixed texts and the reason.
+    auto status = g_ZelInterface->submitRequest(VCCMessage::messageWithType("io.vork.agent.keepaliverequest"))
+                      ->content()->status();
+    EXPECT_EQ(status->code(), kFailure);
+    EXPECT_EQ(status->title(), "ZEL Communication Exception");
+    EXPECT_EQ(status->message(), "Exception caught in VORKCoreCommC");
+    EXPECT_NE(status->extendedMessage().value_or("").find("Connection failure"), std::string::npos);
     setZelUrl(nullptr);
     const char *reply = keepAlive(0);
     ASSERT_NE(reply, nullptr);
@@ -99,18 +98,6 @@ TEST_F(KeepAlive, MalformedReplyGivesAMessageWithoutAnyStatus) {
     EXPECT_EQ(statusCodeOf(reply), -1) << reply;
     EXPECT_EQ(reply.find("<content"), std::string::npos);
     EXPECT_NE(reply.find("vorkMessage"), std::string::npos);
-}
-
-TEST(KeepAliveFailure, FailureMessageCarriesTheFixedTextsAndTheReason) {
-    setZelUrl(closedUrl().c_str());
-    auto reply = g_ZelInterface->submitRequest(VCCMessage::messageWithType("io.vork.agent.keepaliverequest"));
-    ASSERT_TRUE(reply->content());
-    auto status = reply->content()->status();
-    EXPECT_EQ(status->code(), kFailure);
-    EXPECT_EQ(status->title(), "ZEL Communication Exception");
-    EXPECT_EQ(status->message(), "Exception caught in VORKCoreCommC");
-    ASSERT_TRUE(status->extendedMessage());
-    EXPECT_NE(status->extendedMessage()->find("Connection failure"), std::string::npos) << *status->extendedMessage();
 }
 
 TEST_F(KeepAlive, PasswordNeverReachesTheLog) {
@@ -137,7 +124,7 @@ TEST(ServerSettings, SettersWriteTheOneSharedSession) {
     ASSERT_NE(g_ZelInterface, nullptr);  // made by the test environment
     ZelInterface *session = g_ZelInterface;
     setZelUrl("http://127.0.0.1:1/a");
-    setZelUrl("http://127.0.0.1:1/b");
+    setZelUrl("http://127.0.0.1:1/b");  // the later one holds
     setZelUsername("agent-user");
     setZelPassword("pw");
     setAllowInvalidCertificate(1);

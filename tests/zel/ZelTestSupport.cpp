@@ -1,10 +1,5 @@
 #include "ZelTestSupport.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <gtest/gtest.h>
 
@@ -57,19 +52,6 @@ int statusCodeOf(std::string_view xml) {
     message.loadFromXmlData(xml);
     auto content = message.content();
     return content && content->status() ? content->status()->code() : -1;
-}
-
-int closedPort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
-    int port = ntohs(address.sin_port);
-    ::close(fd);
-    return port;
 }
 
 }  // namespace vork::test

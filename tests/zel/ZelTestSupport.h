@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Json.h"
+#include "support/Nginx.h"
 #include "support/RefServer.h"
 
 namespace vork::test {
@@ -30,6 +31,6 @@ std::vector<std::pair<std::string, std::string>> fieldsOf(const Json &record);
 int statusCodeOf(std::string_view xml);
 
 // A 127.0.0.1 port on which nothing listens.
-int closedPort();
+inline int closedPort() { return freeLoopbackPort(); }
 
 }  // namespace vork::test
