@@ -53,6 +53,8 @@ bool percent(const Out &out) {
 }
 bool anything(const Out &) { return true; }
 bool isFalse(const Out &out) { return numberIs(out, 0); }
+// A count: -1 before its subsystem is set up, otherwise nothing found.
+bool noneOrEmpty(const Out &out) { return numberIs(out, -1) || numberIs(out, 0); }
 // A server call's answer: a status-1999 reply message, also here where the
 // machine's UUID cannot be read.
 bool failureReply(const Out &out) { return nonNullText(out) && std::get<Text>(out)->find("1999") != std::string::npos; }
@@ -160,9 +162,9 @@ const std::map<std::string, Row> &rows() {
         {"retrieveVolumeForDiskId", {[](const In &in) { return Out((long long)retrieveVolumeForDiskId(in.text)); }, isFalse}},
         {"retrieveLogicalVolumeGroupForDiskId",
          {[](const In &in) { return Out((long long)retrieveLogicalVolumeGroupForDiskId(in.text)); }, isFalse}},
-        {"physicalVolumeQty", {[](const In &) { return Out((long long)physicalVolumeQty()); }, isFalse}},
+        {"physicalVolumeQty", {[](const In &) { return Out((long long)physicalVolumeQty()); }, noneOrEmpty}},
         {"retrievePhysicalVolume", {[](const In &in) { return Out((long long)retrievePhysicalVolume(in.number)); }, isFalse}},
-        {"unmountedEncryptedVolumeQty", {[](const In &) { return Out((long long)unmountedEncryptedVolumeQty()); }, isFalse}},
+        {"unmountedEncryptedVolumeQty", {[](const In &) { return Out((long long)unmountedEncryptedVolumeQty()); }, noneOrEmpty}},
         {"retrieveUnmountedEncryptedPhysicalVolume",
          {[](const In &in) { return Out((long long)retrieveUnmountedEncryptedPhysicalVolume(in.number)); }, isFalse}},
         {"volumeInfoName", {[](const In &) { return text(volumeInfoName()); }, nonNullText}},
