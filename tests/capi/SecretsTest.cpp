@@ -13,6 +13,7 @@
 #include <mutex>
 #include <sstream>
 
+#include "VORKCoreCommC/security/VORKSecurityKeychain.h"
 #include "platform/SystemLog.h"
 #include "support/RecordingLog.h"
 #include "support/RefServer.h"
@@ -89,8 +90,7 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
     vork::test::RefServer server(options);
     server.addFile("data.bin", std::string(100000, 'd'));
 
-    // Where a password enters the library: one row per source. The credential
-    // store (keychain passwords) adds its row here.
+    // Where a password enters the library: one row per source.
     struct Source {
         std::string name;
         std::string secret;
@@ -125,6 +125,23 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
              httpTransferInit(server.url().c_str(), false, server.user().c_str(), secret.c_str(), "<post/>", nullptr);
              httpSubmitRequest();
              httpTransferRelease();
+         }},
+        {"keychain password", "Kc-7d2a90-not-for-logs",
+         [&](const std::string &secret) {
+             using vork::VORKSecurityKeychain;
+             const std::string path = sandbox.at("/Library/Application Support/VORK/secrets.keychain");
+             fs::create_directories(fs::path(path).parent_path());
+             auto keychain = VORKSecurityKeychain::createKeychainAtPath(path, secret, nullptr, nullptr);
+             ASSERT_TRUE(keychain);
+             EXPECT_TRUE(keychain->lock(nullptr));
+             EXPECT_FALSE(keychain->unlockWithPassword(secret + "-wrong", nullptr));
+             EXPECT_TRUE(keychain->unlockWithPassword(secret, nullptr));
+             auto pair = keychain->generateKeyPair(nullptr);
+             ASSERT_TRUE(pair);
+             EXPECT_TRUE(pair->exportPrivateKeyWithPassword(secret, nullptr));
+             auto reopened = VORKSecurityKeychain::loadKeychainAtPath(path, nullptr);
+             ASSERT_TRUE(reopened);
+             EXPECT_TRUE(reopened->unlockWithPassword(secret, nullptr));
          }},
     };
     for (const auto &source : sources) {
