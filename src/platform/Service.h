@@ -3,7 +3,8 @@
 // UUID, process launch, ...) are small abstract classes. Each has one slot
 // holding the implementation in use: the Linux one by default, or a test
 // double installed with ServiceSlot::install. The returned Override puts the
-// previous implementation back when it goes out of scope.
+// previous implementation back when it goes out of scope. A slot is never
+// torn down by static destruction.
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -54,7 +55,9 @@ private:
 
     Factory makeDefault_;
     std::mutex mutex_;
-    std::shared_ptr<Interface> current_;
+    // Never freed, so the slot has nothing to destroy at exit: a thread still
+    // running then (a background hash, the HTTP loader) keeps its service.
+    std::shared_ptr<Interface> &current_ = *new std::shared_ptr<Interface>();
 };
 
 }  // namespace vork::platform
