@@ -24,9 +24,7 @@ struct DiskUtil {
 };
 
 // disk0s2 (499,418 MB) before and after a run that created Work and DATA.
-const std::string kAfter = listing({{"disk0|GUID_partition_scheme|500277790720", "disk0s1|EFI|209715200|EFI",
-                                     "disk0s2|Apple_HFS|349418000000|Macintosh HD|/", "disk0s3|Apple_HFS|100000000000|Work|/Volumes/Work",
-                                     "disk0s4|Microsoft Basic Data|50000000000|DATA|/Volumes/DATA"}});
+const std::string kAfter = fixture("list-single-disk-after.plist");
 
 TEST(PartitionDiskC, PartitionsWithWindowsPartitionsLastAndReportsWhatTheToolMade) {
     DiskUtil d;

@@ -31,23 +31,6 @@ done
 cat "$pick.out"
 )SH";
 
-std::vector<std::string> fields(const std::string &entry) {
-    std::vector<std::string> parts;
-    std::stringstream in(entry);
-    for (std::string part; std::getline(in, part, '|');) parts.push_back(part);
-    parts.resize(5);
-    return parts;
-}
-
-std::string dictionary(const std::string &entry, const std::string &children) {
-    const auto f = fields(entry);
-    std::string xml = "<dict><key>Content</key><string>" + f[1] + "</string><key>DeviceIdentifier</key><string>" + f[0] +
-                      "</string><key>Size</key><integer>" + (f[2].empty() ? "0" : f[2]) + "</integer>";
-    if (!f[3].empty()) xml += "<key>VolumeName</key><string>" + f[3] + "</string>";
-    if (!f[4].empty()) xml += "<key>MountPoint</key><string>" + f[4] + "</string>";
-    return xml + children + "</dict>";
-}
-
 }  // namespace
 
 StandInTool::StandInTool(const SystemRootSandbox &sandbox, const std::string &absolutePath) {
@@ -80,23 +63,6 @@ std::vector<std::vector<std::string>> StandInTool::calls() const {
 
 std::string fixture(const std::string &name) {
     return readFile(fs::path(VORK_SOURCE_DIR) / "tests/disks/fixtures" / name);
-}
-
-std::string listing(const std::vector<std::vector<std::string>> &disks) {
-    std::string all, whole, entries;
-    for (const auto &disk : disks) {
-        std::string children;
-        all += "<string>" + fields(disk[0])[0] + "</string>";
-        whole += "<string>" + fields(disk[0])[0] + "</string>";
-        for (size_t i = 1; i < disk.size(); ++i) {
-            children += dictionary(disk[i], "");
-            all += "<string>" + fields(disk[i])[0] + "</string>";
-        }
-        entries += dictionary(disk[0], "<key>Partitions</key><array>" + children + "</array>");
-    }
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>AllDisks</key><array>" + all +
-           "</array><key>AllDisksAndPartitions</key><array>" + entries + "</array><key>WholeDisks</key><array>" + whole +
-           "</array></dict></plist>\n";
 }
 
 }  // namespace vork::test

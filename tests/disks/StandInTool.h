@@ -28,8 +28,4 @@ private:
 // The text of a saved tool output under tests/disks/fixtures/.
 std::string fixture(const std::string &name);
 
-// A "diskutil list -plist" report: each disk is its whole-disk entry
-// followed by its partitions, each "id|content|bytes|name|mount point".
-std::string listing(const std::vector<std::vector<std::string>> &disks);
-
 }  // namespace vork::test
