@@ -14,15 +14,10 @@ class FakeMachine : public ::testing::Environment {
 public:
     void SetUp() override {
         guard_.emplace(platform::networkInterfaces().install(std::make_shared<FakeNetworkInterfaces>(
-            std::vector<platform::NetworkInterface>{{"lo0", ""},
-                                                    {"en0", "00:1c:42:aa:bb:cc"},
-                                                    {"bridge0", "02:00:00:00:00:01"},
-                                                    {"en12", " 00:1c:42:00:00:12\t"},
-                                                    {"awdl0", "aa:bb:cc:dd:ee:ff"},
-                                                    {"enx", "00:1c:42:00:00:0e"},
-                                                    {"en5", "  "},
-                                                    {"eth0", "00:1c:42:00:00:01"},
-                                                    {"En7", "00:1c:42:00:00:07"}})));
+            std::vector<platform::NetworkInterface>{
+                {"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}, {"bridge0", "02:00:00:00:00:01"},
+                {"en12", " 00:1c:42:00:00:12\t"}, {"awdl0", "aa:bb:cc:dd:ee:ff"}, {"enx", "00:1c:42:00:00:0e"},
+                {"en5", "  "}, {"eth0", "00:1c:42:00:00:01"}, {"En7", "00:1c:42:00:00:07"}})));
     }
     void TearDown() override { guard_.reset(); }
 
@@ -54,22 +49,17 @@ TEST(Device, MissingInfoIsFetchedOnlyWhenMissing) {
     device.retrieveMissingDeviceInfo();
     EXPECT_EQ(device.uuid(), "mine");
     EXPECT_TRUE(device.macAddresses()->empty());
-    device.retrieveHardwareIdentification();
-    EXPECT_EQ(device.uuid(), "HW-UUID");
-    EXPECT_EQ(device.macAddresses()->size(), 3u);
-    EXPECT_EQ(identity->calls, 2);
+    EXPECT_EQ(identity->calls, 1);
 }
 
 TEST(Device, WrittenRecordAndReadRecordRebuildsTheList) {
     VCCDevice written;
     written.setUuid("U");
-    written.setMacAddresses(std::vector<VCCMacAddress>{{"en0", "a.b"}, {std::nullopt, "c.d"}});
+    written.setMacAddresses(std::vector<VCCMacAddress>{{std::nullopt, "c.d"}});
     xml::XmlNode root = xml::XmlNode::element("root");
     written.saveToXmlNode(root);
-    EXPECT_EQ(root.xmlString(),
-              "<root><device><uuid>U</uuid><macAddresses><macAddress bsdName=\"en0\">a.b</macAddress>"
-              "<macAddress bsdName=\"\">c.d</macAddress></macAddresses></device></root>");
-
+    EXPECT_EQ(root.xmlString(), "<root><device><uuid>U</uuid><macAddresses><macAddress bsdName=\"\">c.d</macAddress>"
+                                "</macAddresses></device></root>");
     xml::XmlDocument doc = xml::XmlDocument::parse(
         "<device><uuid> U </uuid><macAddresses><macAddress bsdName='en1'>x</macAddress><other/>"
         "<macAddress>y</macAddress></macAddresses></device>");
@@ -80,15 +70,6 @@ TEST(Device, WrittenRecordAndReadRecordRebuildsTheList) {
     std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>> read;
     for (const VCCMacAddress &mac : *device.macAddresses()) read.emplace_back(mac.bsdName(), mac.address());
     EXPECT_EQ(read, (decltype(read){{"en1", "x"}, {std::nullopt, "y"}}));
-}
-
-TEST(Device, HardwareIdentificationTableIsFilledOnce) {
-    EXPECT_EQ(VORKHardwareIdentification::getMacAddress(), "00.1c.42.aa.bb.cc");
-    EXPECT_EQ(VORKHardwareIdentification::getAltMacAddress(), "");
-    MacAddressTable table = VORKHardwareIdentification::getAllMacAddresses();
-    EXPECT_EQ(table.at("en12"), " 00.1c.42.00.00.12\t");
-    EXPECT_EQ(table.at("lo0"), "");
-    EXPECT_EQ(table.size(), 9u);
 }
 
 }  // namespace

@@ -2,9 +2,7 @@
 // the device pinned.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <libxml/xmlschemas.h>
 
-#include <filesystem>
 
 #include "message/Constants.h"
 #include "message/MessageTestSupport.h"
@@ -32,21 +30,8 @@ class KeepAliveSample : public Mapped<KeepAliveSample> {
 public:
     bool invalidate = false;
     static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<KeepAliveSample>("KeepAliveSample")
-                                           .alias("keepAlive")
-                                           .fieldOrder({"invalidate"})
-                                           .field("invalidate", &KeepAliveSample::invalidate);
-        return cls;
-    }
-};
-
-class SiteSelectionSample : public Mapped<SiteSelectionSample> {
-public:
-    int32_t siteID = 0;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<SiteSelectionSample>("ClientSiteSelectionRequest")
-                                           .fieldOrder({"siteID"})
-                                           .field("siteID", &SiteSelectionSample::siteID);
+        static const MappedClass cls = MappedClass::define<KeepAliveSample>("KeepAliveSample").alias("keepAlive")
+            .fieldOrder({"invalidate"}).field("invalidate", &KeepAliveSample::invalidate);
         return cls;
     }
 };
@@ -91,10 +76,9 @@ TEST_F(EnvelopeTest, CommandDataForms) {
     site->currentUserSite = true;
     auto sites = std::make_shared<LooseSitesResponse>();
     sites->sites = {site, std::make_shared<LooseSite>()};
-    auto selection = std::make_shared<SiteSelectionSample>();
-    selection->siteID = 5;
-    auto label = std::make_shared<Label>();
-    label->text = "v";
+    // A raw element is written alone, as it stands.
+    const std::string raw = "<adminSave><ns2:packages xmlns:ns2=\"urn:p\"><p id=\"1\"/></ns2:packages></adminSave>";
+    xml::XmlDocument rawDoc = xml::XmlDocument::parse(raw);
     struct Row {
         std::string suffix;
         CommandData data;
@@ -106,8 +90,6 @@ TEST_F(EnvelopeTest, CommandDataForms) {
         {".keepaliverequest", keepAlive,
          envelope(content(".keepaliverequest",
                           "<commandData><keepAlive><ns2:invalidate>1</ns2:invalidate></keepAlive></commandData>"))},
-        {".keepaliverequest", std::make_shared<KeepAliveSample>(),
-         "<keepAlive><ns2:invalidate>0</ns2:invalidate></keepAlive>", false},
         // A list of objects whose items are strings; the list entry names no item class.
         {".clientsiteprivilegesrequest", sites,
          envelope(content(".clientsiteprivilegesrequest",
@@ -118,21 +100,13 @@ TEST_F(EnvelopeTest, CommandDataForms) {
                           "<ns2:site><ns2:id>0</ns2:id><ns2:privileges/>"
                           "<ns2:currentUserSite>0</ns2:currentUserSite></ns2:site>"
                           "</ns2:sites></clientSitePrivileges></commandData>"))},
-        // The element name is derived from the class name.
-        {".clientsiteselectionrequest", selection,
-         envelope(content(".clientsiteselectionrequest",
-                          "<commandData><clientSiteSelection><ns2:siteID>5</ns2:siteID></clientSiteSelection>"
-                          "</commandData>"))},
-        {".x", label,
-         "<commandData><label xsi:type=\"ns2:LabelType\"><ns2:text>v</ns2:text><ns2:weight>0</ns2:weight></label>"
-         "</commandData>",
-         false},
         {".keepaliverequest", std::monostate{}, envelope(content(".keepaliverequest", ""))},
         {".x", std::string("some text"), "<commandData/></content>", false, "some text"},
         // An empty alias writes the fields straight into commandData.
         {".x", std::make_shared<VCCStringListItem>("privilege", "Read"),
          "<commandData><ns2:privilege>Read</ns2:privilege></commandData>", false},
         {".adminsaverequest", xml::XmlNode(), envelope(content(".adminsaverequest", ""))},
+        {".adminsaverequest", rawDoc.rootElement(), envelope(raw)},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.expected);
@@ -143,28 +117,13 @@ TEST_F(EnvelopeTest, CommandDataForms) {
     }
 }
 
-TEST_F(EnvelopeTest, RawElementIsWrittenAloneAsItStands) {
-    const std::string raw = "<adminSave><ns2:packages xmlns:ns2=\"urn:p\"><p id=\"1\"/></ns2:packages></adminSave>";
-    xml::XmlDocument caller = xml::XmlDocument::parse(raw);
-    EXPECT_EQ(saved(*request(".adminsaverequest", caller.rootElement())), envelope(raw));
-    // The caller's element is copied, not moved.
-    EXPECT_EQ(caller.rootElement().children().size(), 1u);
-}
-
-TEST_F(EnvelopeTest, StatusCodeIsWrittenButNotItsTextsAndARemovedStatusNotAtAll) {
-    auto message = request(".x", std::monostate{});
+TEST_F(EnvelopeTest, StatusCodeWithoutTextsContentsInOrderAndEmptyAddressList) {
+    auto message = request(".first", std::monostate{});
     message->content()->status()->setCode(1421);
     message->content()->status()->loadTitleAndMessage();
-    message->content()->status()->setTimestamp(Date(std::chrono::milliseconds(5000)));
-    std::string bytes = saved(*message);
-    EXPECT_THAT(bytes, HasSubstr("<status><code>1421</code><timestamp>1700000000000</timestamp></status>"));
-    EXPECT_THAT(bytes, Not(HasSubstr("Device Not Found")));
+    EXPECT_THAT(saved(*message), HasSubstr("<status><code>1421</code><timestamp>1700000000000</timestamp></status>"));
     message->content()->setStatus(nullptr);
     EXPECT_THAT(saved(*message), HasSubstr("</commandType></content>"));
-}
-
-TEST_F(EnvelopeTest, ContentsInOrderAndEmptyAddressList) {
-    auto message = request(".first", std::monostate{});
     auto second = std::make_shared<VCCMessageContent>();
     second->setCommandType("second");
     second->setUuid("U2");
@@ -173,24 +132,6 @@ TEST_F(EnvelopeTest, ContentsInOrderAndEmptyAddressList) {
     std::string bytes = saved(*message);
     EXPECT_THAT(bytes, HasSubstr("<macAddresses/>"));
     EXPECT_THAT(bytes, ::testing::ContainsRegex("\\.first</commandType>.*<uuid>U2</uuid><commandType>second</commandType>"));
-    message->clearContent();
-    EXPECT_EQ(message->content(), nullptr);
-}
-
-TEST_F(EnvelopeTest, NoPrefixBelowTheRootExceptFields) {
-    xml::XmlDocument doc = request(".keepaliverequest", std::make_shared<KeepAliveSample>())->saveToXmlDocument();
-    EXPECT_EQ(doc.version(), "1.0");
-    EXPECT_EQ(doc.characterEncoding(), "UTF-8");
-    EXPECT_TRUE(doc.standalone());
-    xml::XmlNode root = doc.rootElement();
-    EXPECT_EQ(root.name(), "ns2:vorkMessage");
-    std::vector<std::string> children;
-    for (const xml::XmlNode &child : root.children()) children.push_back(child.name());
-    EXPECT_EQ(children, (std::vector<std::string>{"device", "application", "messageTimestamp", "content"}));
-    // The tree is namespace-aware: fields are in the message namespace,
-    // everything else of the envelope in none.
-    EXPECT_EQ(root.evaluate("//*[namespace-uri() = 'http://vork.io/VORKMessage']").size(), 2u);
-    EXPECT_EQ(root.evaluate("//*[local-name() = 'invalidate' and namespace-uri() = 'http://vork.io/VORKMessage']").size(), 1u);
 }
 
 TEST_F(EnvelopeTest, BlankUuidAndUngatheredAddressesAreFetched) {
@@ -200,16 +141,11 @@ TEST_F(EnvelopeTest, BlankUuidAndUngatheredAddressesAreFetched) {
     message.device().setUuid("  \n");
     message.device().setMacAddresses(std::vector<VCCMacAddress>{});
     EXPECT_THAT(saved(message), HasSubstr("<uuid>ABCDEF01-2345-4678-9ABC-DEF012345678</uuid><macAddresses/>"));
-    // A set uuid is not fetched again.
-    (void)saved(message);
-    EXPECT_EQ(identity->calls, 1);
     // A machine without one raises while building.
     identity->uuid.reset();
     VCCMessage orphan;
     orphan.device().setMacAddresses(std::vector<VCCMacAddress>{});
-    std::optional<Exception> error = raised([&] { (void)orphan.saveToXmlData(); });
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->name(), "NSInvalidArgumentException");
+    EXPECT_EQ(raised([&] { (void)orphan.saveToXmlData(); }).value_or(Exception("", "")).name(), "NSInvalidArgumentException");
 }
 
 TEST_F(EnvelopeTest, ForbiddenCharactersAreRemovedAndInvalidUtf8GivesNoBytes) {
@@ -218,42 +154,6 @@ TEST_F(EnvelopeTest, ForbiddenCharactersAreRemovedAndInvalidUtf8GivesNoBytes) {
     EXPECT_THAT(saved(*message), HasSubstr("<application>abcd\xEF\xBF\xBC" "e\t\n</application>"));
     message->setApplication("bad \xC3");
     EXPECT_FALSE(message->saveToXmlData());
-}
-
-TEST_F(EnvelopeTest, TimestampCarriesWholeSeconds) {
-    VCCMessage message;
-    EXPECT_EQ(javaEpochValue(message.messageTimestamp()), 1700000000000);
-    message.setMessageTimestamp(Date(std::chrono::milliseconds(978307200750)));
-    message.device().setUuid("U");
-    message.device().setMacAddresses(std::vector<VCCMacAddress>{});
-    EXPECT_THAT(saved(message), HasSubstr("<messageTimestamp>978307200000</messageTimestamp>"));
-}
-
-// The reference server's schema accepts what the library writes.
-TEST_F(EnvelopeTest, RequestValidatesAgainstTheServerSchema) {
-    std::filesystem::path schemaFile = std::filesystem::path(VORK_SOURCE_DIR) / "tools/refserver/schema/VORKMessage.xsd";
-    if (!std::filesystem::exists(schemaFile)) GTEST_SKIP() << "no schema at " << schemaFile;
-    xmlSchemaParserCtxtPtr parser = xmlSchemaNewParserCtxt(schemaFile.c_str());
-    xmlSchemaPtr schema = xmlSchemaParse(parser);
-    xmlSchemaFreeParserCtxt(parser);
-    ASSERT_NE(schema, nullptr);
-    xmlSchemaValidCtxtPtr validator = xmlSchemaNewValidCtxt(schema);
-
-    auto keepAlive = std::make_shared<KeepAliveSample>();
-    auto selection = std::make_shared<SiteSelectionSample>();
-    selection->siteID = 12;
-    for (auto &[suffix, data] : std::vector<std::pair<std::string, CommandData>>{
-             {".keepaliverequest", keepAlive}, {".clientsiteselectionrequest", selection}}) {
-        auto message = request(suffix, data);
-        message->content()->setUuid(VCCMessageContent().uuid());  // a real, generated one
-        std::string bytes = saved(*message);
-        xmlDocPtr doc = xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr, 0);
-        ASSERT_NE(doc, nullptr) << bytes;
-        EXPECT_EQ(xmlSchemaValidateDoc(validator, doc), 0) << bytes;
-        xmlFreeDoc(doc);
-    }
-    xmlSchemaFreeValidCtxt(validator);
-    xmlSchemaFree(schema);
 }
 
 }  // namespace

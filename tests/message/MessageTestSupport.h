@@ -43,9 +43,8 @@ public:
 class FakeNetworkInterfaces : public platform::NetworkInterfaces {
 public:
     explicit FakeNetworkInterfaces(std::vector<platform::NetworkInterface> list = {}) : interfaces(std::move(list)) {}
-    std::vector<platform::NetworkInterface> list() override { return ++calls, interfaces; }
+    std::vector<platform::NetworkInterface> list() override { return interfaces; }
     std::vector<platform::NetworkInterface> interfaces;
-    int calls = 0;
 };
 
 // The exception fn raises, if any.
@@ -71,12 +70,9 @@ public:
     std::optional<Bytes> blob;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<PingRequest>("PingRequest")
-                                           .fieldOrder({"invalidate", "count", "note", "ratio", "blob"})
-                                           .field("note", &PingRequest::note)
-                                           .field("invalidate", &PingRequest::invalidate)
-                                           .field("count", &PingRequest::count)
-                                           .field("ratio", &PingRequest::ratio)
-                                           .field("blob", &PingRequest::blob);
+            .fieldOrder({"invalidate", "count", "note", "ratio", "blob"})
+            .field("note", &PingRequest::note).field("invalidate", &PingRequest::invalidate)
+            .field("count", &PingRequest::count).field("ratio", &PingRequest::ratio).field("blob", &PingRequest::blob);
         return cls;
     }
 };
@@ -87,12 +83,8 @@ public:
     std::optional<std::string> text;
     int64_t weight = 0;
     static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<Label>("Label")
-                                           .alias("label")
-                                           .typeAttr("ns2:LabelType")
-                                           .fieldOrder({"text", "weight"})
-                                           .field("text", &Label::text)
-                                           .field("weight", &Label::weight);
+        static const MappedClass cls = MappedClass::define<Label>("Label").alias("label").typeAttr("ns2:LabelType")
+            .fieldOrder({"text", "weight"}).field("text", &Label::text).field("weight", &Label::weight);
         return cls;
     }
 };
@@ -116,27 +108,17 @@ public:
     std::optional<std::vector<NumberObject>> counts;
     std::vector<std::shared_ptr<VCCDataListItem>> parts;
     static const MappedClass &mapping() {
-        static const MappedClass cls =
-            MappedClass::define<Crate>("Crate")
-                .alias("crate")
-                .fieldOrder({"crateID=id", "name", "notes", "small", "sealed", "payload", "scratch", "mainLabel",
-                             "volume", "extras", "labels:Label", "tags:VCCStringListItem", "names:NSString",
-                             "counts:NSNumber", "parts:VCCDataListItem", "noSuchField"})
-                .field("crateID", &Crate::crateID)
-                .field("name", &Crate::name)
-                .field("notes", &Crate::notes, FieldKind::MutableText)
-                .field("small", &Crate::small)
-                .field("sealed", &Crate::sealed)
-                .field("payload", &Crate::payload)
-                .field("scratch", &Crate::scratch, FieldKind::MutableData)
-                .field("mainLabel", &Crate::mainLabel)
-                .field("volume", &Crate::volume)
-                .field("extras", &Crate::extras)
-                .field("labels", &Crate::labels)
-                .field("tags", &Crate::tags)
-                .field("names", &Crate::names)
-                .field("counts", &Crate::counts)
-                .field("parts", &Crate::parts);
+        static const MappedClass cls = MappedClass::define<Crate>("Crate").alias("crate")
+            .fieldOrder({"crateID=id", "name", "notes", "small", "sealed", "payload", "scratch", "mainLabel", "volume",
+                         "extras", "labels:Label", "tags:VCCStringListItem", "names:NSString", "counts:NSNumber",
+                         "parts:VCCDataListItem", "noSuchField"})
+            .field("crateID", &Crate::crateID).field("name", &Crate::name)
+            .field("notes", &Crate::notes, FieldKind::MutableText).field("small", &Crate::small)
+            .field("sealed", &Crate::sealed).field("payload", &Crate::payload)
+            .field("scratch", &Crate::scratch, FieldKind::MutableData).field("mainLabel", &Crate::mainLabel)
+            .field("volume", &Crate::volume).field("extras", &Crate::extras).field("labels", &Crate::labels)
+            .field("tags", &Crate::tags).field("names", &Crate::names).field("counts", &Crate::counts)
+            .field("parts", &Crate::parts);
         return cls;
     }
 };
@@ -150,13 +132,10 @@ public:
     std::vector<std::shared_ptr<VCCStringListItem>> privileges;
     bool currentUserSite = false;
     static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<LooseSite>("LooseSite")
-                                           .alias("site")
-                                           .fieldOrder({"siteID=id", "name", "privileges", "currentUserSite"})
-                                           .field("siteID", &LooseSite::siteID)
-                                           .field("name", &LooseSite::name)
-                                           .field("privileges", &LooseSite::privileges)
-                                           .field("currentUserSite", &LooseSite::currentUserSite);
+        static const MappedClass cls = MappedClass::define<LooseSite>("LooseSite").alias("site")
+            .fieldOrder({"siteID=id", "name", "privileges", "currentUserSite"})
+            .field("siteID", &LooseSite::siteID).field("name", &LooseSite::name)
+            .field("privileges", &LooseSite::privileges).field("currentUserSite", &LooseSite::currentUserSite);
         return cls;
     }
 };
@@ -166,9 +145,7 @@ public:
     std::vector<std::shared_ptr<LooseSite>> sites;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<LooseSitesResponse>("LooseSitesResponse")
-                                           .alias("clientSitePrivileges")
-                                           .fieldOrder({"sites:LooseSite"})
-                                           .field("sites", &LooseSitesResponse::sites);
+            .alias("clientSitePrivileges").fieldOrder({"sites:LooseSite"}).field("sites", &LooseSitesResponse::sites);
         return cls;
     }
 };
@@ -179,8 +156,7 @@ public:
     std::vector<std::shared_ptr<Label>> items;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<Shelf>("ShelfResponse")
-                                           .fieldOrder({"items:NoSuchClass"})
-                                           .field("items", &Shelf::items);
+            .fieldOrder({"items:NoSuchClass"}).field("items", &Shelf::items);
         return cls;
     }
 };
@@ -192,8 +168,7 @@ public:
     std::optional<std::string> glue;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<StickyLabel>("StickyLabel")
-                                           .fieldOrder({"text", "glue"})
-                                           .field("glue", &StickyLabel::glue);
+            .fieldOrder({"text", "glue"}).field("glue", &StickyLabel::glue);
         return cls;
     }
 };
