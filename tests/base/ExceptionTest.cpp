@@ -7,16 +7,8 @@
 
 namespace {
 
-TEST(Exception, CarriesNameAndReason) {
-    vork::Exception e("Networking Error", "Connection failure");
-    EXPECT_EQ(e.name(), "Networking Error");
-    EXPECT_EQ(e.description(), "Connection failure");
-    EXPECT_STREQ(e.what(), "Connection failure");
-}
-
 TEST(Guard, TurnsAnyExceptionIntoTheNeutralResultAndHandlerSeesTheDescription) {
     EXPECT_EQ(vork::capi::guarded<int>(-1, []() -> int { throw vork::Exception("n", "r"); }), -1);
-    EXPECT_EQ(vork::capi::guarded<int>(-1, []() -> int { throw 42; }), -1);
     EXPECT_EQ(vork::capi::guarded<int>(-1, [] { return 7; }), 7);
     auto describe = [](auto thrower) {
         return vork::capi::guardedOr<std::string>(thrower, [](const std::string &d) { return "handled: " + d; });
