@@ -48,31 +48,6 @@ TEST(ConsoleUser, LoginRecordsGraphicalDisplayThenVirtualConsole) {
     EXPECT_EQ(platform::consoleUserFromUtmp("/nonexistent/utmp"), "");
 }
 
-// The output of a command that may fail, without its final line breaks.
-std::string run(const std::string &command) {
-    std::string output = commandOutput(command + " || true");
-    while (!output.empty() && output.back() == '\n') output.pop_back();
-    return output;
-}
-
-TEST(ConsoleUser, AgreesWithLoginctlOrWhoOnThisMachine) {
-    const std::string user = VORKSystemInformation().currentlyLoggedInUsername();
-    EXPECT_EQ(user, platform::consoleUser().get()->userName());
-    const std::string session = run("loginctl show-seat seat0 -p ActiveSession --value 2>/dev/null");
-    if (!session.empty()) {
-        EXPECT_EQ(user, run("loginctl show-session " + session + " -p Name --value"));
-        return;
-    }
-    // No login manager: the login records as who(1) lists them ("name line ...").
-    std::string expected;
-    int best = 0;
-    std::istringstream lines(run("who 2>/dev/null"));
-    for (std::string name, line, rest; lines >> name >> line && std::getline(lines, rest);) {
-        int rank = platform::consoleLineRank(line);
-        if (rank > best) best = rank, expected = name;
-    }
-    EXPECT_EQ(user, expected);
-}
 
 }  // namespace
 }  // namespace vork::test

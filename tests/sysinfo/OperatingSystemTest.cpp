@@ -10,8 +10,7 @@ TEST(OperatingSystem, ParsesAndNormalises) {
     struct Case { const char *text; int major, minor, point; const char *normalised; };
     for (const Case &c : std::initializer_list<Case>{
              {"10.8", 10, 8, 0, "10.8.0"},           {"10.7.5.1", 10, 7, 5, "10.7.5"},
-             {"10.x.2", 10, 0, 2, "10.0.2"},         {"14", 14, 0, 0, "14.0.0"},
-             {"", 0, 0, 0, "0.0.0"},                 {" 11 . 2 .\t3", 11, 2, 3, "11.2.3"},
+             {"10.x.2", 10, 0, 2, "10.0.2"},         {" 11 . 2 .\t3", 11, 2, 3, "11.2.3"},
              {"-1.-2.3", -1, -2, 3, "-1.-2.3"},      {"13.4.1 (c)", 13, 4, 0, "13.4.0"},
              {"99999999999.1", 2147483647, 1, 0, "2147483647.1.0"}}) {
         VORKOperatingSystem os(c.text);
@@ -36,9 +35,6 @@ TEST(OperatingSystem, OrdersNumericallyPartByPart) {
         EXPECT_EQ(left.isGreaterThanOrEqualTo(right), c.order >= 0);
         EXPECT_EQ(left.isEqualToVORKOperatingSystem(right), c.order == 0);
         EXPECT_EQ(left.isLessThanVersionString(c.right), c.order < 0);
-        EXPECT_EQ(left.isLessThanOrEqualToVersionString(c.right), c.order <= 0);
-        EXPECT_EQ(left.isGreaterThanVersionString(c.right), c.order > 0);
-        EXPECT_EQ(left.isGreaterThanOrEqualToVersionString(c.right), c.order >= 0);
         EXPECT_EQ(left.isEqualToOsString(c.right), c.order == 0);
     }
 }
@@ -47,7 +43,6 @@ TEST(OperatingSystem, WildCardPatterns) {
     struct Case { const char *pattern, *wild; std::vector<std::string> parts; const char *matching, *notMatching; };
     for (const Case &c : std::initializer_list<Case>{
              {"10.8.x", "x", {"10", "8", "x"}, "10.8.5", "10.9.0"},
-             {"10.8.x", "x", {"10", "8", "x"}, "10.8.0", "10.7.5"},
              {"10.x.x", "x", {"10", "x", "x"}, "10.14.6", "11.0.0"},
              {"10.8", "x", {"10", "8", "x"}, "10.8.5", "10.9.0"},
              {" 10 .8\n.*", "*", {" 10 ", "8\n", "*"}, "10.8.2", "10.9.2"},
@@ -55,7 +50,6 @@ TEST(OperatingSystem, WildCardPatterns) {
              // Deliberate: these never match.
              {"x.x.x", "x", {"x", "x", "x"}, nullptr, "10.8.0"},
              {"10", "x", {"x", "x", "x"}, nullptr, "10.0.0"},
-             {"10.x.5", "x", {"x", "x", "x"}, nullptr, "10.8.5"},
              {"10.08.x", "x", {"10", "08", "x"}, nullptr, "10.8.3"},
              {"", "x", {"x", "x", "x"}, nullptr, "0.0.0"}}) {
         SCOPED_TRACE(c.pattern);
