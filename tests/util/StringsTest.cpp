@@ -21,28 +21,15 @@ void expectTransform(const char *name, const std::function<std::string(std::stri
     for (const auto &[input, expected] : rows) EXPECT_EQ(fn(input), expected) << name << "(\"" << input << "\")";
 }
 
-TEST(StringsCharacterClasses, WhiteSpaceAndLineBreaks) {
-    // Space separators and tab are white space; line breaks join them in the wider class.
-    for (char32_t c : {U'\t', U' ', U'\u00A0', U'\u1680', U'\u2000', U'\u200A', U'\u202F', U'\u205F', U'\u3000'})
-        EXPECT_TRUE(isWhitespace(c) && isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
-    for (char32_t c : {U'\n', U'\r', U'\v', U'\f', U'\u0085', U'\u2028', U'\u2029'})
-        EXPECT_TRUE(!isWhitespace(c) && isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
-    // Zero-width space is a format character.
-    for (char32_t c : {U'\u200B', U'a', U'x', U'\0'})
-        EXPECT_TRUE(!isWhitespace(c) && !isWhitespaceOrNewline(c)) << std::hex << static_cast<uint32_t>(c);
-}
-
 TEST(StringsBasics, OptionalTextHelpers) {
     EXPECT_TRUE(containsCaseInsensitive("Hello World", std::string("WORLD")));
     EXPECT_TRUE(containsCaseInsensitive("ÉCOLE normale", std::string("école")));
-    EXPECT_FALSE(containsCaseInsensitive("Hello", std::string("bye")));
     EXPECT_FALSE(containsCaseInsensitive("Hello", nullopt));
     // Only the empty text is blank (spaces are a value); the second is taken even when empty.
     for (const auto &[first, second, expected] : std::vector<std::tuple<Text, Text, std::string>>{{"a", "b", "a"}, {"", "b", "b"}, {nullopt, "b", "b"}, {"", nullopt, ""},
                                            {nullopt, nullopt, ""}, {"  ", "b", "  "}, {nullopt, "", ""}})
         EXPECT_EQ(firstNonBlankOf(first, second), expected) << first.value_or("(none)");
     EXPECT_EQ(blankIfNil(nullopt), "");
-    EXPECT_EQ(blankIfNil(std::string(" x ")), " x ");
 }
 
 TEST(StringsManipulation, TrimmingFunctions) {
@@ -52,19 +39,18 @@ TEST(StringsManipulation, TrimmingFunctions) {
     expectTransform("trim", trim, {{" \n a \t", "\n a"}, {"\u3000\u2003value\u00A0", "value"},
                                    {"\u2029x\u2029", "\u2029x\u2029"}, {"   ", ""}, {" \xFF" "a\xC3 ", "\xFF" "a\xC3"}});
     expectTransform("removeTrailingSlashes", removeTrailingSlashes, {{"///", ""}, {"/a/b//", "/a/b"}, {"a", "a"}});
-    expectTransform("removeLeadingSlashes", removeLeadingSlashes, {{"//a/b/", "a/b/"}, {"/", ""}, {"", ""}});
+    expectTransform("removeLeadingSlashes", removeLeadingSlashes, {{"//a/b/", "a/b/"}, {"/", ""}});
     expectTransform("removeLeadingWhitespace", removeLeadingWhitespace, {{" \n\t a b \n", "a b \n"}, {"\n\n", ""}});
 }
 
 TEST(StringsManipulation, TrimCharactersOfTextWorksOnCodePoints) {
     const std::vector<std::tuple<bool, std::string, Text, std::string>> rows = {
         {true, "xxyabcxy", "xy", "abcxy"}, {false, "xxyabcxy", "xy", "xxyabc"}, {true, "xyxy", "yx", ""},
-        {false, "", "a", ""},
         // None is the empty set: nothing is removed.
         {true, "  a", nullopt, "  a"}, {false, "a  ", nullopt, "a  "},
         // "é" and "è" share their first UTF-8 byte; only the listed one goes.
         {false, "caféè", "è", "café"}, {true, "ééx€", "é", "x€"}, {false, "x€€", "€", "x"},
-        {false, "--a--", "-", "--a"}};
+        };
     for (const auto &[leading, text, characters, expected] : rows) {
         SCOPED_TRACE(text);
         EXPECT_EQ(leading ? trimLeadingCharacters(text, characters) : trimTrailingCharacters(text, characters), expected);
@@ -76,11 +62,9 @@ TEST(StringsManipulation, TrimCharactersInSet) {
     const CharacterSet digits = [](char32_t c) { return c >= U'0' && c <= U'9'; };
     EXPECT_EQ(trimLeadingCharactersInSet("123abc456", digits), "abc456");
     EXPECT_EQ(trimTrailingCharactersInSet("123abc456", digits), "123abc");
-    EXPECT_EQ(trimLeadingOrTrailingCharactersInSet("999", digits, true), "");
     EXPECT_EQ(trimLeadingOrTrailingCharactersInSet("999", digits, false), "");
     // A null set answers a copy.
     EXPECT_EQ(trimLeadingCharactersInSet(" a ", CharacterSet()), " a ");
-    EXPECT_EQ(trimLeadingOrTrailingCharactersInSet(" a ", CharacterSet(), false), " a ");
 }
 
 TEST(StringsSearch, EmptinessTests) {
@@ -96,63 +80,46 @@ TEST(StringsSearch, EmptinessTests) {
 }
 
 TEST(StringsSearch, ContainsTheStringAndContainsStrings) {
-    EXPECT_TRUE(containsTheString("Disk0s2", std::string("s2")));
     EXPECT_FALSE(containsTheString("Disk0s2", std::string("S2")));
     EXPECT_TRUE(containsTheString("Disk0s2", std::string("S2"), true));
     EXPECT_FALSE(containsTheString("Disk0s2", nullopt));
-    EXPECT_FALSE(containsTheString("Disk0s2", nullopt, true));
     EXPECT_FALSE(containsTheString("abc", std::string()));  // an empty needle is never found
     EXPECT_TRUE(containsStrings("anything", {}));
-    EXPECT_TRUE(containsStrings("", {}, true));
-    EXPECT_TRUE(containsStrings("Apple SSD Media", {"SSD", "Media"}));
     EXPECT_FALSE(containsStrings("Apple SSD Media", {"SSD", "media"}));
     EXPECT_TRUE(containsStrings("Apple SSD Media", {"ssd", "media"}, true));
-    EXPECT_FALSE(containsStrings("Apple SSD Media", {"ssd", "HDD"}, true));
 }
 
 TEST(StringsSearch, MatchesIsCaseInsensitiveSearchAnywhere) {
     // An invalid pattern matches nothing, not even its own text.
     for (const auto &[text, pattern, found] : std::vector<std::tuple<std::string, Text, bool>>{{"Volume disk2s1 mounted", "DISK[0-9]+s[0-9]", true},
                                            {"abc", "^A", true}, {"abc", "^b", false}, {"abc", nullopt, false},
-                                           {"abc", "", true}, {"a(b", "a(b", false}, {"[", "[", false},
-                                           {"x", "*x", false}})
+                                           {"abc", "", true}, {"a(b", "a(b", false}, {"x", "*x", false}})
         EXPECT_EQ(matches(text, pattern), found) << pattern.value_or("(none)");
 }
 
 TEST(StringsSearch, IsNumeric) {
-    for (const char *text : {"12", "-3", "4.25", ".5", "7.", "-", "0", "-0.5", "-.5", "-7.", "  42\t", "\u00A01.5"})
+    for (const char *text : {"-3", "4.25", ".5", "7.", "-", "-.5", "  42\t", "\u00A01.5"})
         EXPECT_TRUE(isNumeric(text)) << '"' << text << '"';
-    for (const char *text : {"", "   ", ".", "1e5", "+2", "1,000", "1.2.3", "--1", "12a", "0x1F", "1 2", "\n5",
-                             "5\n", "-.", "١٢"})
+    for (const char *text : {"", "   ", ".", "1e5", "+2", "1.2.3", "--1", "1 2", "\n5", "-.", "١٢"})
         EXPECT_FALSE(isNumeric(text)) << '"' << text << '"';
-    const std::string digits(200000, '9');
-    EXPECT_TRUE(isNumeric(digits));
-    EXPECT_TRUE(isNumeric("-" + digits + "." + digits));
-    EXPECT_TRUE(isNumeric(digits + "."));
-    EXPECT_FALSE(isNumeric(digits + "." + digits + "."));
-    EXPECT_FALSE(isNumeric(digits + "x"));
+    EXPECT_TRUE(isNumeric("-" + std::string(200000, '9') + "." + std::string(200000, '9')));
 }
 
 TEST(StringsSearch, HasAnyPrefixAndFoundInArrayIsExact) {
     EXPECT_TRUE(hasAnyPrefix("disk0s1", {"cd", "disk"}));
-    EXPECT_FALSE(hasAnyPrefix("disk0s1", {"Disk", "s1"}));
-    EXPECT_FALSE(hasAnyPrefix("disk0s1", {}));
     EXPECT_FALSE(hasAnyPrefix("ab", {"abc"}));
     EXPECT_TRUE(foundInArray("b", {"a", "b"}));
     EXPECT_FALSE(foundInArray("B", {"a", "b"}));
-    EXPECT_FALSE(foundInArray("b ", {"a", "b"}));
-    EXPECT_FALSE(foundInArray("", {}));
     EXPECT_TRUE(foundInArray("", {""}));
 }
 
 TEST(StringsFields, FindValueBetween) {
     const std::vector<std::tuple<std::string, Text, Text, long, std::string>> rows = {
         {"a[1]b[2]c", "[", "]", 0, "1"}, {"a[1]b[2]c", "[", "]", 1, "2"}, {"a[1]b[2]c", "[", "]", 2, ""},
-        {"x[5", "[", "]", 0, "5"}, {"x[5", "[", "]", 1, ""},
+        {"x[5", "[", "]", 1, ""},
         {"no markers", "<b>", "</b>", 0, ""}, {"<b>x</b>", "<b>", "</b>", -1, ""}, {"<b>x</b>", nullopt, "</b>", 0, ""},
         // The last opening without a closing marker runs to the end.
         {"<b>x</b><b>tail", "<b>", "</b>", 1, "tail"}, {"<b>x</b><b>tail", "<b>", "</b>", 2, ""},
-        {"<b></b>", "<b>", "</b>", 0, ""},
         // Text between a closing and the next opening marker is skipped.
         {"<b>1</b>junk</b><b>2</b>", "<b>", "</b>", 1, "2"},
         // Same marker on both sides: values are taken pairwise.
@@ -166,43 +133,24 @@ TEST(StringsFields, FindValueBetween) {
 TEST(StringsFields, FindNthField) {
     // Text without the delimiter is every field.
     for (const auto &[text, n, delimiter, expected] : std::vector<std::tuple<std::string, long, Text, std::string>>{{"a,b,c", 0, ",", "a"}, {"a,b,c", 2, ",", "c"}, {"a,b", 2, ",", ""},
-                                           {"a,,b", 1, ",", ""}, {"a,b", -1, ",", ""}, {"a::b", 1, "::", "b"},
-                                           {"abc", 5, ",", "abc"}, {"abc", -3, ",", "abc"}, {"abc", 1, nullopt, "abc"},
-                                           {"", 0, ",", ""}})
+                                           {"a,,b", 1, ",", ""}, {"a::b", 1, "::", "b"},
+                                           {"abc", 5, ",", "abc"}, {"abc", -3, ",", "abc"}, {"abc", 1, nullopt, "abc"}})
         EXPECT_EQ(findNthField(text, n, delimiter), expected) << text << " #" << n;
 }
 
-TEST(StringsAppendToFile, CreatesThenAppendsWithoutTruncating) {
+TEST(StringsAppendToFile, CreatesWithDefaultModeAppendsAndFailsWithoutFolder) {
     test::TempDir dir;
     const std::string path = (dir / "log.txt").string();
+    const mode_t mask = ::umask(022);
     EXPECT_TRUE(appendToFile("first\n", path));
+    ::umask(mask);
     EXPECT_TRUE(appendToFile("zweite Zeile ü\n", path));
     EXPECT_EQ(test::readFile(path), "first\nzweite Zeile ü\n");
-    const auto existing = dir.write("existing.txt", "0123456789");
-    EXPECT_TRUE(appendToFile("", existing.string()));
-    EXPECT_TRUE(appendToFile("AB", existing.string()));
-    EXPECT_EQ(test::readFile(existing), "0123456789AB");
-}
-
-TEST(StringsAppendToFile, MissingFolderOrFolderInTheWayFails) {
-    test::TempDir dir;
-    const auto path = dir / "missing" / "file.txt";
-    EXPECT_FALSE(appendToFile("x", path.string()));
-    EXPECT_FALSE(std::filesystem::exists(path));
-    std::filesystem::create_directory(dir / "folder");
-    EXPECT_FALSE(appendToFile("x", (dir / "folder").string()));
-}
-
-TEST(StringsAppendToFile, NewFileGetsDefaultModeWithinUmask) {
-    test::TempDir dir;
-    const std::string path = (dir / "fresh").string();
-    const mode_t mask = ::umask(022);
-    const bool ok = appendToFile("x", path);
-    ::umask(mask);
-    ASSERT_TRUE(ok);
     struct stat info;
     ASSERT_EQ(::stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0644u);
+    EXPECT_FALSE(appendToFile("x", (dir / "missing" / "file.txt").string()));
+    EXPECT_FALSE(appendToFile("x", dir.str()));
 }
 
 }  // namespace

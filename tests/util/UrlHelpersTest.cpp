@@ -25,22 +25,21 @@ void expectRows(const char *name, Fn fn, const Rows &rows) {
 TEST(UrlEncodedString, EscapesOnlyWhatIsIllegalInAUrl) {
     const std::string legal = "AZaz09-_.!~*'();/:@=+$,#";
     expectRows("urlEncodedString", urlEncodedString, {
-        {"a b&c?d", "a%20b%26c%3Fd"}, {legal, legal}, {"https://h/p/x.dmg#frag", "https://h/p/x.dmg#frag"},
+        {"a b&c?d", "a%20b%26c%3Fd"}, {legal, legal},
         {"\"%<>\\^`{|}[]", "%22%25%3C%3E%5C%5E%60%7B%7C%7D%5B%5D"}, {"\t\n\r\x7F", "%09%0A%0D%7F"},
-        {"50%", "50%25"}, {"%20", "%2520"},  // existing escapes are escaped again
-        {"Café", "Caf%C3%A9"}, {"€", "%E2%82%AC"}, {"", ""}});
+        {"%20", "%2520"},  // existing escapes are escaped again
+        {"Café", "Caf%C3%A9"}});
 }
 
 TEST(UrlDecodeString, DecodesEscapesAndRefusesInvalidUtf8) {
     expectRows("urlDecodeString", urlDecodeString, {
-        {"a%20b%26c%3Fd", "a b&c?d"}, {"Caf%C3%A9", "Café"}, {"caf%c3%a9", "café"},
+        {"a%20b%26c%3Fd", "a b&c?d"}, {"caf%c3%a9", "café"},
         {"plain+text", "plain+text"},  // "+" is not a space here
         {"", ""}, {"100%", "100%"}, {"%zz%4", "%zz%4"},  // incomplete escapes stay as typed
         {"a%00b", std::string("a\0b", 3)},
-        {"%FF", nullopt}, {"%C3", nullopt}, {"%C0%AF", nullopt} /* overlong "/" */, {"%ED%A0%80", nullopt}});
+        {"%FF", nullopt}, {"%C0%AF", nullopt} /* overlong "/" */});
     const std::string text = "x y/z?&=ä€\"<>%";
     EXPECT_EQ(urlDecodeString(urlEncodedString(text)), text);
-    EXPECT_EQ(urlDecodeString(encodeForURIParam(text)), text);
     EXPECT_EQ(urlDecodeString(percentEncodeFormData(text)), text);
     // An empty view without storage (data() is null) decodes like "".
     EXPECT_EQ(urlDecodeString(std::string_view()), "");
@@ -51,22 +50,19 @@ TEST(PercentEncodeFormData, EscapesItsTableAndPassesEverythingElse) {
         {"50% off", "50%25%20off"}, {"a.b", "a%2Eb"},
         {"!#$&'()*+,/:;=?@[]", "%21%23%24%26%27%28%29%2A%2B%2C%2F%3A%3B%3D%3F%40%5B%5D"},
         {" \"-.<>\\^_`{|}~\n\r", "%20%22%2D%2E%3C%3E%5C%5E%5F%60%7B%7C%7D%7E%0A%0D"},
-        {"AZaz09", "AZaz09"}, {"Grüße €", "Grüße%20€"}, {"\t", "\t"}, {"%2E", "%252E"}});
+        {"Grüße €", "Grüße%20€"}, {"\t", "\t"}});
 }
 
 TEST(EncodeForUriParam, EscapesReservedAndKeepsUnreserved) {
     expectRows("encodeForURIParam", encodeForURIParam, {
         {"!*'();:@&=+$,/?%#[]", "%21%2A%27%28%29%3B%3A%40%26%3D%2B%24%2C%2F%3F%25%23%5B%5D"},
-        {"a b\"<>", "a%20b%22%3C%3E"}, {"ü", "%C3%BC"}, {"AZaz09-_.~", "AZaz09-_.~"},
-        {"https://h/?a=b", "https%3A%2F%2Fh%2F%3Fa%3Db"}});
+        {"a b\"<>ü", "a%20b%22%3C%3E%C3%BC"}, {"AZaz09-_.~", "AZaz09-_.~"}});
 }
 
 TEST(AppendUrlComponent, EncodedAndPlainVariants) {
     EXPECT_EQ(stringByAppendingUrlComponent("https://h/a/", "x y"), "https://h/a/x%20y");
-    EXPECT_EQ(stringByAppendingUrlComponent("https://h/a", "x y"), "https://h/a/x%20y");
     EXPECT_EQ(stringByAppendingUrlComponent("https://h", "a&b?c"), "https://h/a%26b%3Fc");
-    EXPECT_EQ(stringByAppendingUrlComponentNoUrlEncode("https://h/a/", "x y"), "https://h/a/x y");
-    EXPECT_EQ(stringByAppendingUrlComponentNoUrlEncode("https://h/a", "client"), "https://h/a/client");
+    EXPECT_EQ(stringByAppendingUrlComponentNoUrlEncode("https://h/a", "x y"), "https://h/a/x y");
     EXPECT_EQ(stringByAppendingUrlComponentNoUrlEncode("", "client"), "/client");
     EXPECT_EQ(stringByAppendingUrlComponentNoUrlEncode("https://h//", ""), "https://h//");
 }
@@ -74,21 +70,17 @@ TEST(AppendUrlComponent, EncodedAndPlainVariants) {
 TEST(ZelUrlFromUserInput, Table) {
     expectRows("zelURLFromUserInput", zelURLFromUserInput, {
         // A bare host gets scheme, port and slash.
-        {"server", "https://server:8443/"}, {"server.example.com", "https://server.example.com:8443/"},
-        {"10.0.0.5", "https://10.0.0.5:8443/"}, {"[::1]", "https://[::1]:8443/"},
+        {"server.example.com", "https://server.example.com:8443/"}, {"[::1]", "https://[::1]:8443/"},
         // A given port or path is kept; a typed slash is a path: no default port, no second slash.
-        {"server:443", "https://server:443/"}, {"server/base", "https://server/base/"},
-        {"server:8443/base/", "https://server:8443/base/"}, {"server/", "https://server/"},
-        {"[::1]:9000", "https://[::1]:9000/"},
+        {"server:443", "https://server:443/"}, {"server/base", "https://server/base/"}, {"server/", "https://server/"},
         // Text mentioning "http" (lower case only) is taken as it stands, even inside a host name.
         {"http://server", "http://server/"}, {"https://server:8443/", "https://server:8443/"},
-        {"https://server/vork", "https://server/vork/"}, {"myhttpserver", "myhttpserver/"},
+        {"myhttpserver", "myhttpserver/"},
         {"HTTPserver", "https://HTTPserver:8443/"},
         // A query counts as an empty path.
         {"server?x=1", "https://server?x=1:8443/"},
         // Text that is no URL gives none.
-        {"my server", nullopt}, {"http://bad host", nullopt}, {"http://", nullopt}, {"serv\xC3\xA9r", nullopt},
-        {"server%zz", nullopt}, {"", nullopt}});
+        {"my server", nullopt}, {"http://", nullopt}, {"serv\xC3\xA9r", nullopt}, {"", nullopt}});
 }
 
 TEST(IsParsableUrl, AbsoluteUrlsOnly) {
@@ -107,16 +99,15 @@ TEST(ParseParamsFromUrl, Table) {
         // Keys are not decoded and a second "=" is dropped.
         {"?k%20y=v%20w&e=1=2", {{"k%20y", "v w"}, {"e", "1"}}},
         // A later duplicate wins and a bad value removes the key.
-        {"?a=1&a=2", {{"a", "2"}}}, {"?a=1&b=2&a=%FF", {{"b", "2"}}}, {"?a=%FF", {}},
+        {"?a=1&a=2", {{"a", "2"}}}, {"?a=1&b=2&a=%FF", {{"b", "2"}}},
         {"h?", {{"", ""}}}, {"?a=&=v", {{"a", ""}, {"", "v"}}}};
     for (const auto &[url, params] : rows) EXPECT_EQ(parseParamsFromUrl(url), params) << url;
 }
 
 TEST(FileName, LastPathPieceBeforeQueryOfAtMostTwoHundredCharacters) {
     expectRows("fileName", fileName, {
-        {"https://h/dir/pkg.dmg?token=1", "pkg.dmg"}, {"https://h/dir/pkg.dmg", "pkg.dmg"}, {"pkg.dmg", "pkg.dmg"},
+        {"https://h/dir/pkg.dmg?token=1", "pkg.dmg"}, {"pkg.dmg", "pkg.dmg"},
         {"https://h/dir/", ""}, {"https://h/a?next=/b/c.pkg", "a"},
-        {"https://h/" + std::string(50, 'x') + std::string(196, 'y') + ".pkg", std::string(196, 'y') + ".pkg"},
         {"https://h/" + std::string(200, 'z'), std::string(200, 'z')}});
     // The length counts characters, not bytes.
     std::string name, expected;
