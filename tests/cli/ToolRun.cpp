@@ -11,7 +11,8 @@
 
 namespace vork::test {
 
-ToolResult runTool(const std::string &program, const std::vector<std::string> &arguments, bool stderrIsTerminal) {
+ToolResult runTool(const std::string &program, const std::vector<std::string> &arguments, bool stderrIsTerminal,
+                   const std::string &input) {
     int out[2], err[2];
     if (pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
     if (stderrIsTerminal) {
@@ -25,8 +26,7 @@ ToolResult runTool(const std::string &program, const std::vector<std::string> &a
     const auto start = std::chrono::steady_clock::now();
     const pid_t pid = fork();
     if (pid == 0) {
-        int devnull = open("/dev/null", O_RDONLY);
-        dup2(devnull, 0);
+        dup2(open(input.c_str(), O_RDONLY), 0);
         dup2(out[1], 1);
         dup2(err[1], 2);
         execv(program.c_str(), argv.data());

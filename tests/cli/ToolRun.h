@@ -1,6 +1,7 @@
 #pragma once
 // Runs a program to its end and collects its exit code, standard output and
-// standard error; standard error can be a pseudo-terminal.
+// standard error; standard error can be a pseudo-terminal, standard input
+// reads a file.
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@ struct ToolResult {
     double seconds = 0;
 };
 
-ToolResult runTool(const std::string &program, const std::vector<std::string> &arguments, bool stderrIsTerminal);
+ToolResult runTool(const std::string &program, const std::vector<std::string> &arguments, bool stderrIsTerminal,
+                   const std::string &input = "/dev/null");
 
 }  // namespace vork::test

@@ -44,6 +44,7 @@ std::string jsonValue(const JsonValue &value) {
             return text;
         }
         std::string operator()(const std::string &s) const { return jsonQuote(s); }
+        std::string operator()(const JsonRaw &raw) const { return raw.text; }
     };
     return std::visit(Writer{}, value);
 }
@@ -57,6 +58,12 @@ std::string jsonObject(const std::vector<Field> &fields) {
         out += jsonQuote(f.key) + ": " + jsonValue(f.value);
     }
     return out + "}";
+}
+
+JsonRaw jsonArray(const std::vector<std::vector<Field>> &items) {
+    std::string out = "[";
+    for (const auto &item : items) out += (out.size() > 1 ? ", " : "") + jsonObject(item);
+    return {out + "]"};
 }
 
 int emit(const Options &options, const std::string &human, std::vector<Field> fields, int exitCode) {

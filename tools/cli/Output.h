@@ -12,7 +12,11 @@
 
 namespace vorkcomm {
 
-using JsonValue = std::variant<std::nullptr_t, bool, long long, double, std::string>;
+// JSON text written as it stands (an array or object built with jsonObject).
+struct JsonRaw {
+    std::string text;
+};
+using JsonValue = std::variant<std::nullptr_t, bool, long long, double, std::string, JsonRaw>;
 struct Field {
     std::string key;
     JsonValue value;
@@ -22,6 +26,9 @@ struct Field {
 std::string jsonQuote(std::string_view text);
 // {"key": value, ...} on one line.
 std::string jsonObject(const std::vector<Field> &fields);
+
+// [item, ...] of objects, one per entry.
+JsonRaw jsonArray(const std::vector<std::vector<Field>> &items);
 
 // Prints the result (human text as it stands, or the fields as JSON with
 // "exitCode" added) and answers exitCode.
