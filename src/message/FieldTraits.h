@@ -55,25 +55,22 @@ struct Traits {
     static constexpr bool supported = false;
 };
 
-template <>
-struct Traits<std::string> {
+// A member the FieldValue holds as the same type.
+template <class M, FieldKind Kind>
+struct SameType {
     static constexpr bool supported = true;
-    static constexpr FieldKind kind = FieldKind::Text;
-    static FieldValue get(const std::string &m) { return m; }
-    static void set(std::string &m, FieldValue v) {
-        if (auto *s = std::get_if<std::string>(&v)) m = std::move(*s);
+    static constexpr FieldKind kind = Kind;
+    static FieldValue get(const M &m) { return m; }
+    static void set(M &m, FieldValue v) {
+        if (auto *held = std::get_if<M>(&v)) m = std::move(*held);
     }
 };
 
 template <>
-struct Traits<bool> {
-    static constexpr bool supported = true;
-    static constexpr FieldKind kind = FieldKind::Flag;
-    static FieldValue get(bool m) { return m; }
-    static void set(bool &m, FieldValue v) {
-        if (auto *b = std::get_if<bool>(&v)) m = *b;
-    }
-};
+struct Traits<std::string> : SameType<std::string, FieldKind::Text> {};
+
+template <>
+struct Traits<bool> : SameType<bool, FieldKind::Flag> {};
 
 template <class M>
 struct Traits<M, std::enable_if_t<std::is_integral_v<M> && !std::is_same_v<M, bool>>> {
@@ -115,34 +112,13 @@ struct Traits<M, std::enable_if_t<std::is_floating_point_v<M>>> {
 };
 
 template <>
-struct Traits<Bytes> {
-    static constexpr bool supported = true;
-    static constexpr FieldKind kind = FieldKind::Data;
-    static FieldValue get(const Bytes &m) { return m; }
-    static void set(Bytes &m, FieldValue v) {
-        if (auto *b = std::get_if<Bytes>(&v)) m = std::move(*b);
-    }
-};
+struct Traits<Bytes> : SameType<Bytes, FieldKind::Data> {};
 
 template <>
-struct Traits<NumberObject> {
-    static constexpr bool supported = true;
-    static constexpr FieldKind kind = FieldKind::Number;
-    static FieldValue get(const NumberObject &m) { return m; }
-    static void set(NumberObject &m, FieldValue v) {
-        if (auto *n = std::get_if<NumberObject>(&v)) m = *n;
-    }
-};
+struct Traits<NumberObject> : SameType<NumberObject, FieldKind::Number> {};
 
 template <>
-struct Traits<Dictionary> {
-    static constexpr bool supported = true;
-    static constexpr FieldKind kind = FieldKind::Dictionary;
-    static FieldValue get(const Dictionary &m) { return m; }
-    static void set(Dictionary &m, FieldValue v) {
-        if (auto *d = std::get_if<Dictionary>(&v)) m = std::move(*d);
-    }
-};
+struct Traits<Dictionary> : SameType<Dictionary, FieldKind::Dictionary> {};
 
 template <class E>
 struct Traits<std::shared_ptr<E>, std::enable_if_t<std::is_base_of_v<MappedObject, E>>> {
