@@ -98,4 +98,32 @@ VORK_API const char *retrieveScriptData(int scriptId);
 
 /** @} */
 
+/**
+ * @name Keychain access for a program
+ * @{
+ */
+
+#ifdef __cplusplus
+namespace vork {
+class VORKSecurityAccess;
+}
+/** An access list of the credential store (a C++ class; opaque to C callers). */
+typedef vork::VORKSecurityAccess VORKAccess;
+#else
+/** An access list of the credential store; opaque to C callers. */
+typedef struct VORKAccess VORKAccess;
+#endif
+
+/**
+ * A new access list, described "vork", that trusts one program: the
+ * executable at path, or the calling program when path is NULL. Keychain
+ * items protected by it may be used without asking only by that program.
+ * Answers NULL when path names no existing file or is not UTF-8. The caller
+ * owns the result and frees it with vorkRefRelease.
+ */
+VORK_API VORKAccess *vorkRef(const char *path);
+/** Frees an access list made by vorkRef; NULL is ignored. */
+VORK_API void vorkRefRelease(VORKAccess *access);
+/** @} */
+
 #endif

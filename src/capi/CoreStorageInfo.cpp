@@ -34,16 +34,45 @@ bool notInitialized(const char *line) {
     return true;
 }
 
+// What read answers for the current volume; the neutral result (and the
+// log line) without one.
+// With needsLayout, also before coreStorageInfoInit.
+template <class R, class Read>
+R currentVolume(R neutral, const char *notInitializedLine, Read read, bool needsLayout = false) {
+    return capi::guarded<R>(neutral, [&]() -> R {
+        if (!currentNode() || (needsLayout && !g_CoreStorageInfo)) {
+            logDebugf("%s", notInitializedLine);
+            return neutral;
+        }
+        return read(*currentNode());
+    });
+}
+
 // A text field of the current volume; "" (and the log line) without one.
 template <class Field>
 const char *volumeText(const char *notInitializedLine, Field field) {
-    return capi::guarded<const char *>(capi::emptyText(), [&]() -> const char * {
-        if (!currentNode()) {
-            logDebugf("%s", notInitializedLine);
-            return capi::emptyText();
-        }
-        return capi::returnText(std::string_view(field(*currentNode())));
+    return currentVolume<const char *>(capi::emptyText(), notInitializedLine, [&](const VolumeInfo &volume) {
+        return capi::returnText(std::string_view(field(volume)));
     });
+}
+
+// The volume of a disk id handed to use, which answers the retrieve
+// function's result; false before coreStorageInfoInit.
+template <class Use>
+bool withVolumeForDiskId(const char *notInitializedLine, const char *loggedAs, const char *diskId, Use use) {
+    return capi::guarded<bool>(false, [&] {
+        if (notInitialized(notInitializedLine)) return false;
+        const auto id = capi::argument(diskId);
+        logDebugf("%s: diskId=%s", loggedAs, shown(id));
+        return use(id, id ? g_CoreStorageInfo->volumeForDiskId(*id) : nullptr);
+    });
+}
+
+// Entry idx of a list; none when out of range (a negative idx, read as
+// unsigned, is out of range too).
+VolumeInfoPtr entryAt(const VolumeList &volumes, int idx) {
+    const auto index = static_cast<unsigned long>(static_cast<unsigned>(idx));
+    return index < volumes.size() ? volumes[index] : nullptr;
 }
 
 }  // namespace
@@ -102,62 +131,54 @@ bool isFusionDrive(const char *diskId) {
 }
 
 bool retrieveVolumeForDiskId(const char *diskId) {
-    return capi::guarded<bool>(false, [&] {
-        if (notInitialized("retrieveVolumeForDiskId: Not initialized")) return false;
-        const auto id = capi::argument(diskId);
-        logDebugf("volumeForDiskId: diskId=%s", shown(id));
-        auto volume = id ? g_CoreStorageInfo->volumeForDiskId(*id) : nullptr;
-        if (!volume) return false;
-        setCurrent(std::move(volume));
-        return true;
-    });
+    return withVolumeForDiskId("retrieveVolumeForDiskId: Not initialized", "volumeForDiskId", diskId,
+                               [](const std::optional<std::string> &, VolumeInfoPtr volume) {
+                                   if (!volume) return false;
+                                   setCurrent(std::move(volume));
+                                   return true;
+                               });
 }
 
 bool retrieveLogicalVolumeGroupForDiskId(const char *diskId) {
-    return capi::guarded<bool>(false, [&] {
-        if (notInitialized("retrieveLogicalVolumeGroupForDiskId: Not initialized")) return false;
-        const auto id = capi::argument(diskId);
-        logDebugf("retrieveLogicalVolumeGroupForDiskId: diskId=%s", shown(id));
-        auto volume = id ? g_CoreStorageInfo->volumeForDiskId(*id) : nullptr;
-        if (!volume) {
-            logDebugf("retrieveLogicalVolumeGroupForDiskId: volumeForDiskId failed for %s", shown(id));
-            return false;
-        }
-        auto group = CoreStorageInfo::logicalVolumeGroup(volume);
-        if (!group) {
-            logDebugf("retrieveLogicalVolumeGroupForDiskId: logicalVolumeGroup failed for %s", shown(id));
-            return false;
-        }
-        setCurrent(group);
-        logDebugf("retrieveLogicalVolumeGroupForDiskId succeeed: Volume group name=%s", group->name.c_str());
-        return true;
-    });
+    return withVolumeForDiskId(
+        "retrieveLogicalVolumeGroupForDiskId: Not initialized", "retrieveLogicalVolumeGroupForDiskId", diskId,
+        [](const std::optional<std::string> &id, const VolumeInfoPtr &volume) {
+            if (!volume) {
+                logDebugf("retrieveLogicalVolumeGroupForDiskId: volumeForDiskId failed for %s", shown(id));
+                return false;
+            }
+            auto group = CoreStorageInfo::logicalVolumeGroup(volume);
+            if (!group) {
+                logDebugf("retrieveLogicalVolumeGroupForDiskId: logicalVolumeGroup failed for %s", shown(id));
+                return false;
+            }
+            setCurrent(group);
+            logDebugf("retrieveLogicalVolumeGroupForDiskId succeeed: Volume group name=%s", group->name.c_str());
+            return true;
+        });
 }
 
 long physicalVolumeQty(void) {
-    return capi::guarded<long>(-1, [] {
-        if (!g_CoreStorageInfo || !currentNode()) {
-            logDebugf("physicalVolumeQty: Not initialized");
-            return -1L;
-        }
-        logDebugf("physicalVolumeQty: diskId=%s", currentNode()->diskId.c_str());
-        return static_cast<long>(CoreStorageInfo::physicalVolumes(g_VolumeInfo->node).size());
-    });
+    return currentVolume<long>(
+        -1, "physicalVolumeQty: Not initialized",
+        [](const VolumeInfo &volume) {
+            logDebugf("physicalVolumeQty: diskId=%s", volume.diskId.c_str());
+            return static_cast<long>(CoreStorageInfo::physicalVolumes(g_VolumeInfo->node).size());
+        },
+        true);
 }
 
 bool retrievePhysicalVolume(int idx) {
-    return capi::guarded<bool>(false, [&] {
-        if (!g_CoreStorageInfo || !currentNode()) {
-            logDebugf("retrievePhysicalVolume: Not initialized");
-            return false;
-        }
-        logDebugf("retrievePhysicalVolume: diskId=%s, diskIdx=%d", currentNode()->diskId.c_str(), idx);
-        const VolumeList volumes = CoreStorageInfo::physicalVolumes(g_VolumeInfo->node);
-        // Unsigned, so a negative index is out of range.
-        if (static_cast<unsigned long>(static_cast<unsigned>(idx)) >= volumes.size()) return false;
-        setCurrent(volumes[static_cast<size_t>(idx)]);
-        return true;
-    });
+    return currentVolume<bool>(
+        false, "retrievePhysicalVolume: Not initialized",
+        [&](const VolumeInfo &volume) {
+            logDebugf("retrievePhysicalVolume: diskId=%s, diskIdx=%d", volume.diskId.c_str(), idx);
+            auto physical = entryAt(CoreStorageInfo::physicalVolumes(g_VolumeInfo->node), idx);
+            if (!physical) return false;
+            setCurrent(std::move(physical));
+            return true;
+        },
+        true);
 }
 
 long unmountedEncryptedVolumeQty(void) {
@@ -174,9 +195,8 @@ bool retrieveUnmountedEncryptedPhysicalVolume(int idx) {
         // The wording of retrievePhysicalVolume, as designed.
         if (notInitialized("retrievePhysicalVolume: Not initialized")) return false;
         logDebugf("retrieveUnmountedEncryptedPhysicalVolume: idx=%d", idx);
-        const VolumeList groups = g_CoreStorageInfo->unmountedEncryptedVolumeGroups();
-        if (static_cast<unsigned long>(static_cast<unsigned>(idx)) >= groups.size()) return false;
-        const VolumeInfoPtr &group = groups[static_cast<size_t>(idx)];
+        const VolumeInfoPtr group = entryAt(g_CoreStorageInfo->unmountedEncryptedVolumeGroups(), idx);
+        if (!group) return false;
         auto physical = group->firstPhysicalVolumeInChildren();
         if (!physical) return false;
         // Renamed in place so the caller sees the group's name.
@@ -205,21 +225,9 @@ const char *volumeInfoStatus(void) {
 }
 
 int volumeInfoType(void) {
-    return capi::guarded<int>(-1, [] {
-        if (!currentNode()) {
-            logDebugf("volumeInfoType: Not initialized");
-            return -1;
-        }
-        return currentNode()->type;
-    });
+    return currentVolume<int>(-1, "volumeInfoType: Not initialized", [](const VolumeInfo &v) { return v.type; });
 }
 
 int32_t volumeInfoSize(void) {
-    return capi::guarded<int32_t>(-1, [] {
-        if (!currentNode()) {
-            logDebugf("volumeInfoSize: Not initialized");
-            return int32_t{-1};
-        }
-        return currentNode()->size;
-    });
+    return currentVolume<int32_t>(-1, "volumeInfoSize: Not initialized", [](const VolumeInfo &v) { return v.size; });
 }

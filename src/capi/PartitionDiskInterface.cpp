@@ -15,6 +15,38 @@ namespace {
 
 auto &partitioning() { return processWide<PartitionDisk, g_PartitionDisk>(); }
 
+using PartitionText = std::optional<std::string> Partition::*;
+
+// The first partition of g_PartitionDisk whose field is the wanted text;
+// with a function name, each partition looked at is logged under it.
+const Partition *partitionWhere(PartitionText field, const std::optional<std::string> &wanted, const char *loggedAs) {
+    for (const auto &partition : g_PartitionDisk->partitions()) {
+        if (loggedAs)
+            logDebugf("%s - name=%s, diskId=%s, mountpoint=%s", loggedAs, shown(partition->name),
+                      shown(partition->diskId), shown(partition->mountPoint));
+        if (sameText((*partition).*field, wanted)) return partition.get();
+    }
+    return nullptr;
+}
+
+// The mount point of that partition, logged; "" when none matches.
+const char *mountPointWhere(PartitionText field, const std::optional<std::string> &wanted, const char *loggedAs) {
+    const Partition *found = partitionWhere(field, wanted, loggedAs);
+    if (!found) return capi::emptyText();
+    logDebugf("%s - mountPoint=%s", loggedAs, shown(found->mountPoint));
+    return capi::returnText(found->mountPoint);
+}
+
+// A text look-up in g_PartitionDisk for the argument; "" without the object
+// or on any failure.
+template <class LookUp>
+const char *partitionText(const char *argument, LookUp lookUp) {
+    return capi::guarded<const char *>(capi::emptyText(), [&]() -> const char * {
+        if (!g_PartitionDisk) return capi::emptyText();
+        return lookUp(capi::argument(argument));
+    });
+}
+
 }  // namespace
 
 void partitionInit(void) {
@@ -51,50 +83,27 @@ bool partitionDisk(const char *diskId) {
 }
 
 const char *getPartitionMountPointByDiskId(const char *diskId) {
-    return capi::guarded<const char *>(capi::emptyText(), [&]() -> const char * {
-        if (!g_PartitionDisk) return capi::emptyText();
-        const auto id = capi::argument(diskId);
+    return partitionText(diskId, [](const std::optional<std::string> &id) -> const char * {
         logDebugf("getPartitionMountPointByDiskId:%s", shown(id));
         const auto &target = g_PartitionDisk->targetPartition();
         if (target && sameText(target->diskId, id)) {
             logDebugf("getPartitionMountPointByDiskId - targetPartition.mountPoint=%s", shown(target->mountPoint));
             return capi::returnText(target->mountPoint);
         }
-        for (const auto &partition : g_PartitionDisk->partitions()) {
-            logDebugf("getPartitionMountPointByDiskId - name=%s, diskId=%s, mountpoint=%s", shown(partition->name),
-                      shown(partition->diskId), shown(partition->mountPoint));
-            if (sameText(partition->diskId, id)) {
-                logDebugf("getPartitionMountPointByDiskId - mountPoint=%s", shown(partition->mountPoint));
-                return capi::returnText(partition->mountPoint);
-            }
-        }
-        return capi::emptyText();
+        return mountPointWhere(&Partition::diskId, id, "getPartitionMountPointByDiskId");
     });
 }
 
 const char *getPartitionMountPointByName(const char *name) {
-    return capi::guarded<const char *>(capi::emptyText(), [&]() -> const char * {
-        if (!g_PartitionDisk) return capi::emptyText();
-        const auto wanted = capi::argument(name);
+    return partitionText(name, [](const std::optional<std::string> &wanted) {
         logDebugf("getPartitionMountPointByName: %s", shown(wanted));
-        for (const auto &partition : g_PartitionDisk->partitions()) {
-            logDebugf("getPartitionMountPointByName - name=%s, diskId=%s, mountpoint=%s", shown(partition->name),
-                      shown(partition->diskId), shown(partition->mountPoint));
-            if (sameText(partition->name, wanted)) {
-                logDebugf("getPartitionMountPointByName - mountPoint=%s", shown(partition->mountPoint));
-                return capi::returnText(partition->mountPoint);
-            }
-        }
-        return capi::emptyText();
+        return mountPointWhere(&Partition::name, wanted, "getPartitionMountPointByName");
     });
 }
 
 const char *getPartitionDiskId(const char *name) {
-    return capi::guarded<const char *>(capi::emptyText(), [&]() -> const char * {
-        if (!g_PartitionDisk) return capi::emptyText();
-        const auto wanted = capi::argument(name);
-        for (const auto &partition : g_PartitionDisk->partitions())
-            if (sameText(partition->name, wanted)) return capi::returnText(partition->diskId);
-        return capi::emptyText();
+    return partitionText(name, [](const std::optional<std::string> &wanted) {
+        const Partition *found = partitionWhere(&Partition::name, wanted, nullptr);
+        return found ? capi::returnText(found->diskId) : capi::emptyText();
     });
 }

@@ -39,6 +39,19 @@ const ControlFields &controlsOf(const MappedObject &object) {
     return declaredClass(object) ? object.controlFields() : kNoControlFields;
 }
 
+// Each entry of the object's field order whose field its class declares, in
+// that order; nothing for an object without a declaration or field order.
+template <class Visit>
+void forEachOrderedField(const MappedObject &object, Visit visit) {
+    const MappedClass *cls = declaredClass(object);
+    const ControlFields &controls = controlsOf(object);
+    if (!cls || !controls.fieldOrder) return;
+    for (const std::string &text : *controls.fieldOrder) {
+        const FieldEntry entry = FieldEntry::parse(text);
+        if (const FieldDescriptor *field = cls->field(entry.fieldName)) visit(entry, *field);
+    }
+}
+
 // The C++ class name without namespaces, for classes that declare no type
 // name of their own.
 std::string dynamicTypeName(const MappedObject &object) {
@@ -211,17 +224,11 @@ void VCCMessageContent::saveCommandDataToXmlNode(xml::XmlNode &contentElement) c
 }
 
 void VCCMessageContent::saveCommandDataObject(const MappedObject &object, xml::XmlNode &element) {
-    const MappedClass *cls = declaredClass(object);
-    const ControlFields &controls = controlsOf(object);
-    if (!cls || !controls.fieldOrder) return;
-    for (const std::string &text : *controls.fieldOrder) {
-        FieldEntry entry = FieldEntry::parse(text);
-        const FieldDescriptor *field = cls->field(entry.fieldName);
-        if (!field) continue;
-        FieldValue value = field->get(object);
-        if (std::holds_alternative<std::monostate>(value)) continue;
-        saveProperty(*field, value, element, stringf("ns2:%s", entry.xmlName.c_str()));
-    }
+    forEachOrderedField(object, [&](const FieldEntry &entry, const FieldDescriptor &field) {
+        FieldValue value = field.get(object);
+        if (!std::holds_alternative<std::monostate>(value))
+            saveProperty(field, value, element, stringf("ns2:%s", entry.xmlName.c_str()));
+    });
 }
 
 void VCCMessageContent::saveProperty(const FieldDescriptor &field, const FieldValue &value, xml::XmlNode &parent,
@@ -285,15 +292,9 @@ void VCCMessageContent::loadCommandDataFromXmlNode(const xml::XmlNode &contentEl
 
 void VCCMessageContent::loadCommandDataObject(MappedObject &object, const xml::XmlNode &element) {
     if (!element) return;
-    const MappedClass *cls = declaredClass(object);
-    const ControlFields &controls = controlsOf(object);
-    if (!cls || !controls.fieldOrder) return;
-    for (const std::string &text : *controls.fieldOrder) {
-        FieldEntry entry = FieldEntry::parse(text);
-        const FieldDescriptor *field = cls->field(entry.fieldName);
-        if (!field) continue;
-        loadPropertyTag(entry.xmlName, *field, element, object, entry.elementClass);
-    }
+    forEachOrderedField(object, [&](const FieldEntry &entry, const FieldDescriptor &field) {
+        loadPropertyTag(entry.xmlName, field, element, object, entry.elementClass);
+    });
 }
 
 void VCCMessageContent::loadPropertyTag(const std::string &tagName, const FieldDescriptor &field,

@@ -60,4 +60,12 @@ private:
     std::shared_ptr<Interface> &current_ = *new std::shared_ptr<Interface>();
 };
 
+// The one slot of a service whose default is a new Implementation, made on
+// first use. Each service's accessor returns this from its Linux file.
+template <class Interface, class Implementation>
+ServiceSlot<Interface> &defaultServiceSlot() {
+    static ServiceSlot<Interface> slot([]() -> std::shared_ptr<Interface> { return std::make_shared<Implementation>(); });
+    return slot;
+}
+
 }  // namespace vork::platform

@@ -1,7 +1,6 @@
 #include "security/TrustSettings.h"
 
 #include <openssl/pem.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,9 +1,8 @@
 #include "VORKCoreCommC/security/VORKSecurity.h"
 
-#include <sys/stat.h>
-
 #include "VORKCoreCommC/security/VORKSecurityError.h"
 #include "base/SystemRoot.h"
+#include "platform/FileAttributes.h"
 #include "platform/RunningProgram.h"
 #include "util/FileManager.h"
 
@@ -26,8 +25,8 @@ VORKSecurity::VORKSecurity() = default;
 VORKSecurity::VORKSecurity(std::string keychainPath) : keychainPath_(std::move(keychainPath)) {}
 
 bool VORKSecurity::keychainFileExists() const {
-    struct stat st {};
-    return !keychainPath_.empty() && ::stat(keychainPath_.c_str(), &st) == 0;
+    return !keychainPath_.empty() &&
+           platform::fileAttributes().get()->attributesOfItem(keychainPath_, true).has_value();
 }
 
 bool VORKSecurity::attemptToOpenKeychain(DomainError *error) {

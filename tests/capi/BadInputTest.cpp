@@ -147,6 +147,15 @@ const std::map<std::string, Row> &rows() {
         {"adminAddObject", {[](const In &) { return text(adminAddObject()); }, failureReply}},
         {"getPrinterInfo", {[](const In &in) { return text(getPrinterInfo(in.number)); }, failureReply}},
         {"retrieveScriptData", {[](const In &in) { return text(retrieveScriptData(in.number)); }, failureReply}},
+        // NULL trusts the calling program; every other bad path answers NULL.
+        {"vorkRef", {[](const In &in) {
+                         VORKAccess *access = vorkRef(in.text);
+                         const bool made = access != nullptr;
+                         vorkRefRelease(access);
+                         return Out((long long)(made == (in.text == nullptr)));
+                     },
+                     [](const Out &o) { return numberIs(o, 1); }}},
+        {"vorkRefRelease", {[](const In &) { vorkRefRelease(nullptr); return Out(); }, anything}},
         // Disks: the sandbox has no disk tools, so nothing is found.
         {"partitionInit", {none(partitionInit), anything}},
         {"addPartition", {[](const In &in) { return Out((long long)addPartition(in.text, in.text, in.number)); }, anything}},

@@ -10,13 +10,8 @@ public:
     std::chrono::system_clock::time_point now() override { return std::chrono::system_clock::now(); }
 };
 
-std::shared_ptr<Clock> makeDefault() { return std::make_shared<SystemClock>(); }
-
 }  // namespace
 
-ServiceSlot<Clock> &clock() {
-    static ServiceSlot<Clock> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<Clock> &clock() { return defaultServiceSlot<Clock, SystemClock>(); }
 
 }  // namespace vork::platform

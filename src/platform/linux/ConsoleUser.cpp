@@ -51,13 +51,8 @@ public:
     }
 };
 
-std::shared_ptr<ConsoleUser> makeDefault() { return std::make_shared<LinuxConsoleUser>(); }
-
 }  // namespace
 
-ServiceSlot<ConsoleUser> &consoleUser() {
-    static ServiceSlot<ConsoleUser> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<ConsoleUser> &consoleUser() { return defaultServiceSlot<ConsoleUser, LinuxConsoleUser>(); }
 
 }  // namespace vork::platform

@@ -141,13 +141,8 @@ public:
     }
 };
 
-std::shared_ptr<CopyEngine> makeDefault() { return std::make_shared<LinuxCopyEngine>(); }
-
 }  // namespace
 
-platform::ServiceSlot<CopyEngine> &copyEngine() {
-    static platform::ServiceSlot<CopyEngine> slot(&makeDefault);
-    return slot;
-}
+platform::ServiceSlot<CopyEngine> &copyEngine() { return platform::defaultServiceSlot<CopyEngine, LinuxCopyEngine>(); }
 
 }  // namespace vork

@@ -64,13 +64,8 @@ public:
     }
 };
 
-std::shared_ptr<Displays> makeDefault() { return std::make_shared<XRandRDisplays>(); }
-
 }  // namespace
 
-ServiceSlot<Displays> &displays() {
-    static ServiceSlot<Displays> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<Displays> &displays() { return defaultServiceSlot<Displays, XRandRDisplays>(); }
 
 }  // namespace vork::platform

@@ -12,13 +12,8 @@ public:
     uid_t effectiveUserId() override { return ::geteuid(); }
 };
 
-std::shared_ptr<EffectiveUser> makeDefault() { return std::make_shared<LinuxEffectiveUser>(); }
-
 }  // namespace
 
-ServiceSlot<EffectiveUser> &effectiveUser() {
-    static ServiceSlot<EffectiveUser> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<EffectiveUser> &effectiveUser() { return defaultServiceSlot<EffectiveUser, LinuxEffectiveUser>(); }
 
 }  // namespace vork::platform

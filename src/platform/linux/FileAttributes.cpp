@@ -99,13 +99,8 @@ public:
     }
 };
 
-std::shared_ptr<FileAttributes> makeDefault() { return std::make_shared<LinuxFileAttributes>(); }
-
 }  // namespace
 
-ServiceSlot<FileAttributes> &fileAttributes() {
-    static ServiceSlot<FileAttributes> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<FileAttributes> &fileAttributes() { return defaultServiceSlot<FileAttributes, LinuxFileAttributes>(); }
 
 }  // namespace vork::platform

@@ -44,13 +44,8 @@ public:
     }
 };
 
-std::shared_ptr<FileReading> makeDefault() { return std::make_shared<LinuxFileReading>(); }
-
 }  // namespace
 
-ServiceSlot<FileReading> &fileReading() {
-    static ServiceSlot<FileReading> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<FileReading> &fileReading() { return defaultServiceSlot<FileReading, LinuxFileReading>(); }
 
 }  // namespace vork::platform

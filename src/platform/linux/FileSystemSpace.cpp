@@ -24,13 +24,8 @@ public:
     }
 };
 
-std::shared_ptr<FileSystemSpace> makeDefault() { return std::make_shared<LinuxFileSystemSpace>(); }
-
 }  // namespace
 
-ServiceSlot<FileSystemSpace> &fileSystemSpace() {
-    static ServiceSlot<FileSystemSpace> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<FileSystemSpace> &fileSystemSpace() { return defaultServiceSlot<FileSystemSpace, LinuxFileSystemSpace>(); }
 
 }  // namespace vork::platform

@@ -33,13 +33,8 @@ public:
     }
 };
 
-std::shared_ptr<HostAddresses> makeDefault() { return std::make_shared<LinuxHostAddresses>(); }
-
 }  // namespace
 
-ServiceSlot<HostAddresses> &hostAddresses() {
-    static ServiceSlot<HostAddresses> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<HostAddresses> &hostAddresses() { return defaultServiceSlot<HostAddresses, LinuxHostAddresses>(); }
 
 }  // namespace vork::platform

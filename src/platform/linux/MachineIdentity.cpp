@@ -102,13 +102,8 @@ private:
     std::optional<std::string> cached_;
 };
 
-std::shared_ptr<MachineIdentity> makeDefault() { return std::make_shared<LinuxMachineIdentity>(); }
-
 }  // namespace
 
-ServiceSlot<MachineIdentity> &machineIdentity() {
-    static ServiceSlot<MachineIdentity> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<MachineIdentity> &machineIdentity() { return defaultServiceSlot<MachineIdentity, LinuxMachineIdentity>(); }
 
 }  // namespace vork::platform

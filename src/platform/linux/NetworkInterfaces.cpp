@@ -85,13 +85,8 @@ public:
     }
 };
 
-std::shared_ptr<NetworkInterfaces> makeDefault() { return std::make_shared<LinuxNetworkInterfaces>(); }
-
 }  // namespace
 
-ServiceSlot<NetworkInterfaces> &networkInterfaces() {
-    static ServiceSlot<NetworkInterfaces> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<NetworkInterfaces> &networkInterfaces() { return defaultServiceSlot<NetworkInterfaces, LinuxNetworkInterfaces>(); }
 
 }  // namespace vork::platform

@@ -91,13 +91,8 @@ public:
     }
 };
 
-std::shared_ptr<ProcessLauncher> makeDefault() { return std::make_shared<LinuxProcessLauncher>(); }
-
 }  // namespace
 
-ServiceSlot<ProcessLauncher> &processLauncher() {
-    static ServiceSlot<ProcessLauncher> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<ProcessLauncher> &processLauncher() { return defaultServiceSlot<ProcessLauncher, LinuxProcessLauncher>(); }
 
 }  // namespace vork::platform

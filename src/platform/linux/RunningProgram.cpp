@@ -29,13 +29,8 @@ public:
     }
 };
 
-std::shared_ptr<RunningProgram> makeDefault() { return std::make_shared<LinuxRunningProgram>(); }
-
 }  // namespace
 
-ServiceSlot<RunningProgram> &runningProgram() {
-    static ServiceSlot<RunningProgram> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<RunningProgram> &runningProgram() { return defaultServiceSlot<RunningProgram, LinuxRunningProgram>(); }
 
 }  // namespace vork::platform

@@ -50,13 +50,8 @@ public:
     }
 };
 
-std::shared_ptr<SystemInformationSource> makeDefault() { return std::make_shared<LinuxSystemInformationSource>(); }
-
 }  // namespace
 
-ServiceSlot<SystemInformationSource> &systemInformationSource() {
-    static ServiceSlot<SystemInformationSource> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<SystemInformationSource> &systemInformationSource() { return defaultServiceSlot<SystemInformationSource, LinuxSystemInformationSource>(); }
 
 }  // namespace vork::platform

@@ -12,13 +12,8 @@ public:
     void notice(const std::string &text) override { syslog(LOG_NOTICE, "%s", text.c_str()); }
 };
 
-std::shared_ptr<SystemLog> makeDefault() { return std::make_shared<LinuxSystemLog>(); }
-
 }  // namespace
 
-ServiceSlot<SystemLog> &systemLog() {
-    static ServiceSlot<SystemLog> slot(&makeDefault);
-    return slot;
-}
+ServiceSlot<SystemLog> &systemLog() { return defaultServiceSlot<SystemLog, LinuxSystemLog>(); }
 
 }  // namespace vork::platform
