@@ -2,16 +2,12 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstring>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -19,24 +15,9 @@ namespace vork::test {
 
 namespace {
 
-std::string lower(std::string s) {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
-    return s;
-}
-
 std::string trim(const std::string &s) {
     size_t b = s.find_first_not_of(" \t");
-    size_t e = s.find_last_not_of(" \t\r");
-    return b == std::string::npos ? std::string() : s.substr(b, e - b + 1);
-}
-
-const char *reasonFor(int status) {
-    static const std::map<int, const char *> reasons = {
-        {100, "Continue"},     {200, "OK"},        {206, "Partial Content"},       {401, "Unauthorized"},
-        {403, "Forbidden"},    {404, "Not Found"}, {416, "Range Not Satisfiable"}, {500, "Internal Server Error"},
-        {503, "Service Unavailable"}};
-    auto it = reasons.find(status);
-    return it == reasons.end() ? "Status" : it->second;
+    return b == std::string::npos ? std::string() : s.substr(b, s.find_last_not_of(" \t\r") - b + 1);
 }
 
 bool sendAll(int fd, const char *data, size_t length) {
@@ -54,22 +35,18 @@ bool sendAll(int fd, const char *data, size_t length) {
 
 FaultServer::FaultServer(Handler handler) : handler_(std::move(handler)) {
     listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    int one = 1;
-    ::setsockopt(listenFd_, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
-    if (::bind(listenFd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 || ::listen(listenFd_, 64) != 0)
-        throw std::runtime_error("fault server: cannot listen");
     socklen_t len = sizeof addr;
+    if (::bind(listenFd_, reinterpret_cast<sockaddr *>(&addr), len) != 0 || ::listen(listenFd_, 64) != 0)
+        throw std::runtime_error("fault server: cannot listen");
     ::getsockname(listenFd_, reinterpret_cast<sockaddr *>(&addr), &len);
     port_ = ntohs(addr.sin_port);
     acceptThread_ = std::thread([this] { acceptLoop(); });
 }
 
 FaultServer::~FaultServer() {
-    std::vector<std::thread> threads;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
@@ -78,11 +55,7 @@ FaultServer::~FaultServer() {
     stopped_.notify_all();
     ::shutdown(listenFd_, SHUT_RDWR);
     acceptThread_.join();
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        threads.swap(connections_);
-    }
-    for (auto &t : threads) t.join();
+    for (auto &t : connections_) t.join();  // the accept thread, which adds to them, has ended
     ::close(listenFd_);
 }
 
@@ -95,32 +68,23 @@ std::vector<FaultRequest> FaultServer::requests() const {
     return requests_;
 }
 
-size_t FaultServer::requestCount() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return requests_.size();
-}
-
 bool FaultServer::waitOrStop(double seconds) {
     std::unique_lock<std::mutex> lock(mutex_);
     return !stopped_.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return stopping_; });
 }
 
 void FaultServer::acceptLoop() {
-    int connection = 0;
-    for (;;) {
+    for (int connection = 1;; ++connection) {
         int fd = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (fd < 0) {
-            if (errno == EINTR) continue;
-            return;
-        }
+        if (fd < 0 && errno == EINTR) continue;
+        if (fd < 0) return;
         std::lock_guard<std::mutex> lock(mutex_);
         if (stopping_) {
             ::close(fd);
             return;
         }
-        const int id = ++connection;
         connectionFds_.push_back(fd);
-        connections_.emplace_back([this, fd, id] { serve(fd, id); });
+        connections_.emplace_back([this, fd, connection] { serve(fd, connection); });
     }
 }
 
@@ -129,88 +93,67 @@ void FaultServer::serve(int fd, int connection) {
     char chunk[64 * 1024];
     auto fill = [&]() -> bool {
         ssize_t n = ::recv(fd, chunk, sizeof chunk, 0);
-        if (n < 0 && errno == EINTR) return true;
-        if (n <= 0) return false;
-        buffer.append(chunk, static_cast<size_t>(n));
-        return true;
+        if (n > 0) buffer.append(chunk, static_cast<size_t>(n));
+        return n > 0 || (n < 0 && errno == EINTR);
     };
-    for (;;) {
+    for (bool open = true; open;) {
         size_t end;
-        while ((end = buffer.find("\r\n\r\n")) == std::string::npos) {
-            if (!fill()) goto done;
+        while (open && (end = buffer.find("\r\n\r\n")) == std::string::npos) open = fill();
+        if (!open) break;
+        FaultRequest request;
+        request.connection = connection;
+        request.arrived = std::chrono::steady_clock::now();
+        std::istringstream head(buffer.substr(0, end));
+        buffer.erase(0, end + 4);
+        std::string line;
+        head >> request.method >> request.target;
+        std::getline(head, line);
+        while (std::getline(head, line)) {
+            size_t colon = line.find(':');
+            if (colon == std::string::npos) continue;
+            std::string name = line.substr(0, colon);
+            std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+            // Repeated fields are joined, as HTTP allows.
+            auto [it, inserted] = request.headers.emplace(name, trim(line.substr(colon + 1)));
+            if (!inserted) it->second += ", " + trim(line.substr(colon + 1));
         }
+        uint64_t remaining = request.header("content-length").empty() ? 0 : std::stoull(request.header("content-length"));
+        while (open && remaining > 0) {
+            if (buffer.empty() && !(open = fill())) break;
+            size_t take = static_cast<size_t>(std::min<uint64_t>(remaining, buffer.size()));
+            request.body.append(buffer, 0, take);
+            request.bodyLength += take;
+            buffer.erase(0, take);
+            remaining -= take;
+        }
+        if (!open) break;
         {
-            FaultRequest request;
-            request.connection = connection;
-            request.arrived = std::chrono::steady_clock::now();
-            std::istringstream head(buffer.substr(0, end));
-            buffer.erase(0, end + 4);
-            std::string line;
-            std::getline(head, line);
-            line = trim(line);
-            size_t sp1 = line.find(' '), sp2 = line.rfind(' ');
-            request.method = line.substr(0, sp1);
-            request.target = line.substr(sp1 + 1, sp2 - sp1 - 1);
-            while (std::getline(head, line)) {
-                size_t colon = line.find(':');
-                if (colon == std::string::npos) continue;
-                std::string name = lower(line.substr(0, colon)), value = trim(line.substr(colon + 1));
-                // Repeated fields are joined, as HTTP allows.
-                auto [it, inserted] = request.headers.emplace(name, value);
-                if (!inserted) it->second += ", " + value;
-            }
-            if (lower(request.header("expect")) == "100-continue") {
-                const std::string cont = "HTTP/1.1 100 Continue\r\n\r\n";
-                if (!sendAll(fd, cont.data(), cont.size())) goto done;
-            }
-            uint64_t remaining = 0;
-            if (!request.header("content-length").empty())
-                remaining = std::stoull(request.header("content-length"));
-            while (remaining > 0) {
-                if (buffer.empty() && !fill()) goto done;
-                size_t take = static_cast<size_t>(std::min<uint64_t>(remaining, buffer.size()));
-                if (request.body.size() < keepLimit_)
-                    request.body.append(buffer, 0, std::min(take, keepLimit_ - request.body.size()));
-                request.bodyLength += take;
-                buffer.erase(0, take);
-                remaining -= take;
-            }
-            {
-                std::lock_guard<std::mutex> lock(mutex_);
-                requests_.push_back(request);
-            }
-            FaultReply reply = handler_(request);
-            if (reply.delaySeconds > 0 && !waitOrStop(reply.delaySeconds)) goto done;
-            std::string out = "HTTP/1.1 " + std::to_string(reply.status) + " " +
-                              (reply.reason.empty() ? reasonFor(reply.status) : reply.reason) + "\r\n";
-            bool hasLength = false;
-            for (const auto &[name, value] : reply.headers) {
-                out += name + ": " + value + "\r\n";
-                if (lower(name) == "content-length") hasLength = true;
-            }
-            if (!hasLength) out += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
-            if (reply.close || reply.cutAfterBodyBytes) out += "Connection: close\r\n";
-            out += "\r\n";
-            size_t bodyBytes = reply.cutAfterBodyBytes ? std::min(*reply.cutAfterBodyBytes, reply.body.size())
-                                                       : reply.body.size();
-            if (request.method == "HEAD") bodyBytes = 0;
-            if (reply.trickleSeconds > 0) {
-                if (!sendAll(fd, out.data(), out.size())) goto done;
-                const size_t piece = std::max<size_t>(1, (bodyBytes + 9) / 10);
-                for (size_t sent = 0; sent < bodyBytes; sent += piece) {
-                    if (!waitOrStop(reply.trickleSeconds / 10)) goto done;
-                    if (!sendAll(fd, reply.body.data() + sent, std::min(piece, bodyBytes - sent))) goto done;
-                }
-            } else {
-                out.append(reply.body, 0, bodyBytes);
-                if (!sendAll(fd, out.data(), out.size())) goto done;
-            }
-            // A stalled reply holds the connection silent until the server stops.
-            if (reply.stallAfterCut && reply.cutAfterBodyBytes) waitOrStop(1e9);
-            if (reply.close || reply.cutAfterBodyBytes) goto done;
+            std::lock_guard<std::mutex> lock(mutex_);
+            requests_.push_back(request);
         }
+        FaultReply reply = handler_(request);
+        if (reply.delaySeconds > 0 && !waitOrStop(reply.delaySeconds)) break;
+        std::string out = "HTTP/1.1 " + std::to_string(reply.status) + " " +
+                          (reply.reason.empty() ? "Status" : reply.reason) + "\r\n";
+        for (const auto &[name, value] : reply.headers) out += name + ": " + value + "\r\n";
+        out += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
+        if (reply.cutAfterBodyBytes) out += "Connection: close\r\n";
+        out += "\r\n";
+        size_t bodyBytes = std::min(reply.cutAfterBodyBytes.value_or(reply.body.size()), reply.body.size());
+        if (reply.trickleSeconds > 0) {
+            open = sendAll(fd, out.data(), out.size());
+            const size_t piece = std::max<size_t>(1, (bodyBytes + 9) / 10);
+            for (size_t sent = 0; open && sent < bodyBytes; sent += piece)
+                open = waitOrStop(reply.trickleSeconds / 10) &&
+                       sendAll(fd, reply.body.data() + sent, std::min(piece, bodyBytes - sent));
+        } else {
+            out.append(reply.body, 0, bodyBytes);
+            open = sendAll(fd, out.data(), out.size());
+        }
+        // A stalled reply holds the connection silent until the server stops.
+        if (reply.stallAfterCut && reply.cutAfterBodyBytes) waitOrStop(1e9);
+        if (reply.cutAfterBodyBytes) break;
     }
-done:
     {
         std::lock_guard<std::mutex> lock(mutex_);
         connectionFds_.erase(std::remove(connectionFds_.begin(), connectionFds_.end(), fd), connectionFds_.end());

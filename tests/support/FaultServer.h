@@ -24,7 +24,7 @@ struct FaultRequest {
     std::string target;
     std::map<std::string, std::string> headers;  // names in lower case
     std::string body;
-    uint64_t bodyLength = 0;  // received body bytes (the body itself is kept up to a limit)
+    uint64_t bodyLength = 0;  // received body bytes
     int connection = 0;       // which accepted connection carried it
     std::chrono::steady_clock::time_point arrived;
 
@@ -36,12 +36,11 @@ struct FaultRequest {
 
 struct FaultReply {
     int status = 200;
-    std::string reason;  // derived from the status when empty
+    std::string reason;  // "Status" when empty
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
     double delaySeconds = 0;                // wait before answering
     std::optional<size_t> cutAfterBodyBytes;  // announce the whole body, send only this much, close
-    bool close = false;                     // close the connection after the reply
     double trickleSeconds = 0;              // send the body in ten pieces spread over this time
     bool stallAfterCut = false;             // with cutAfterBodyBytes: keep the connection open, silent
 };
@@ -58,9 +57,7 @@ public:
     int port() const { return port_; }
     std::string url(const std::string &path) const;
     std::vector<FaultRequest> requests() const;
-    size_t requestCount() const;
-    // Bodies longer than this are counted, not kept.
-    void setBodyKeepLimit(size_t bytes) { keepLimit_ = bytes; }
+    size_t requestCount() const { return requests().size(); }
 
 private:
     void acceptLoop();
@@ -70,7 +67,6 @@ private:
     Handler handler_;
     int listenFd_ = -1;
     int port_ = 0;
-    size_t keepLimit_ = 64u << 20;
     std::thread acceptThread_;
     mutable std::mutex mutex_;
     std::condition_variable stopped_;

@@ -39,23 +39,6 @@ bool canConnect(int port) {
     return ok;
 }
 
-// Temporary-path directives for the modules this nginx was built with.
-std::string tempPaths(const std::string &folder) {
-    std::string configure;
-    try {
-        configure = commandOutput(std::string(kNginxBinary) + " -V 2>&1");
-    } catch (...) {
-    }
-    std::string out;
-    for (const char *module : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
-        std::string name = module;
-        if (name != "client_body" && configure.find("--without-http_" + name + "_module") != std::string::npos)
-            continue;
-        out += "    " + name + "_temp_path " + folder + "/tmp/" + name + ";\n";
-    }
-    return out;
-}
-
 }  // namespace
 
 int freeLoopbackPort() {
@@ -103,8 +86,10 @@ bool Nginx::launch() {
                "pid " << folder_ << "/nginx.pid;\n"
                "error_log " << errorLogPath() << " warn;\n"
                "events { worker_connections 256; }\n"
-               "http {\n" << tempPaths(folder_)
-            << "    access_log " << (options_.accessLog ? accessLogPath() : std::string("off")) << ";\n"
+               "http {\n";
+        for (const char *module : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"})
+            out << "    " << module << "_temp_path " << folder_ << "/tmp/" << module << ";\n";
+        out << "    access_log " << (options_.accessLog ? accessLogPath() : std::string("off")) << ";\n"
                "    default_type application/octet-stream; sendfile on; tcp_nopush on;\n"
                "    keepalive_requests 100000; keepalive_timeout 65;\n"
                "    server {\n"
@@ -118,11 +103,6 @@ bool Nginx::launch() {
                "        }\n";
         if (!options_.clientCaPath.empty())
             out << "        ssl_client_certificate " << options_.clientCaPath << "; ssl_verify_client on;\n";
-        if (options_.uploadProxyPort)
-            out << "        location /proxy/ {\n"
-                   "            proxy_request_buffering off; proxy_http_version 1.1;\n"
-                   "            proxy_pass http://127.0.0.1:" << options_.uploadProxyPort << "/;\n"
-                   "        }\n";
         out << "    }\n}\n";
     }
     pid_ = ::fork();
@@ -154,17 +134,8 @@ bool Nginx::launch() {
 
 void Nginx::stop() {
     if (pid_ <= 0) return;
-    ::kill(pid_, SIGTERM);
-    int status = 0;
-    for (int i = 0; i < 500; ++i) {
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-            pid_ = -1;
-            return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
     ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, &status, 0);
+    ::waitpid(pid_, nullptr, 0);
     pid_ = -1;
 }
 

@@ -6,8 +6,7 @@
 //    with byte ranges;
 //  - /private/ the same, behind basic authentication (user and password
 //    from the options);
-//  - POST /upload: reads and drops the body, answers 200 "<ok/>";
-//  - with uploadProxyPort set, POST /proxy/... forwarded to that port.
+//  - POST /upload: reads and drops the body, answers 200 "<ok/>".
 // Used by the tests and by the benchmarks (compile Nginx.cpp and
 // Certificates.cpp in).
 #include <sys/types.h>
@@ -19,7 +18,6 @@ namespace vork::test {
 struct NginxOptions {
     std::string user = "agent";
     std::string password = "s3cret";
-    int uploadProxyPort = 0;
     bool accessLog = true;
     // The server's certificate and key (PEM); a self-signed pair when empty.
     std::string certificatePath;

@@ -1,6 +1,5 @@
 #include "support/RefServer.h"
 
-#include <curl/curl.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -12,12 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <mutex>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
-extern char **environ;
+#include "support/Certificates.h"
 
 namespace vork::test {
 namespace {
@@ -27,35 +24,6 @@ namespace {
 #endif
 
 constexpr auto kStartTimeout = std::chrono::seconds(30);
-constexpr auto kStopTimeout = std::chrono::seconds(5);
-
-bool isExecutable(const std::string &path) { return !path.empty() && access(path.c_str(), X_OK) == 0; }
-
-// The interpreter: $VORK_PYTHON3, else the distribution's (which sees
-// python3-lxml), else the first python3 on PATH.
-std::string pythonInterpreter() {
-    if (const char *env = std::getenv("VORK_PYTHON3"); env && isExecutable(env)) return env;
-    if (isExecutable("/usr/bin/python3")) return "/usr/bin/python3";
-    if (const char *path = std::getenv("PATH")) {
-        std::stringstream dirs(path);
-        std::string dir;
-        while (std::getline(dirs, dir, ':')) {
-            std::string candidate = (dir.empty() ? std::string(".") : dir) + "/python3";
-            if (isExecutable(candidate)) return candidate;
-        }
-    }
-    throw std::runtime_error("RefServer: no python3 found");
-}
-
-size_t appendBody(char *data, size_t size, size_t count, void *target) {
-    static_cast<std::string *>(target)->append(data, size * count);
-    return size * count;
-}
-
-void initCurlOnce() {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
 
 }  // namespace
 
@@ -74,7 +42,8 @@ void RefServer::start() {
     const std::string stdoutPath = (dir_ / "stdout.txt").string();
     const std::string stderrPath = (dir_ / "stderr.txt").string();
 
-    std::vector<std::string> args = {pythonInterpreter(), script.string(),
+    // The distribution's interpreter (which sees python3-lxml), writing no bytecode.
+    std::vector<std::string> args = {"/usr/bin/python3", "-B", script.string(),
                                      "--port", "0",
                                      "--port-file", portFile.string(),
                                      "--files", filesDir().string(),
@@ -97,14 +66,6 @@ void RefServer::start() {
     std::vector<char *> argv;
     for (auto &a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
-    std::vector<std::string> envStrings;
-    for (char **e = environ; e && *e; ++e) {
-        if (std::strncmp(*e, "PYTHONDONTWRITEBYTECODE=", 24) != 0) envStrings.emplace_back(*e);
-    }
-    envStrings.emplace_back("PYTHONDONTWRITEBYTECODE=1");
-    std::vector<char *> envp;
-    for (auto &e : envStrings) envp.push_back(e.data());
-    envp.push_back(nullptr);
     const pid_t parent = getpid();
 
     pid_t pid = fork();
@@ -120,7 +81,7 @@ void RefServer::start() {
         dup2(in, 0);
         dup2(out, 1);
         dup2(err, 2);
-        execve(argv[0], argv.data(), envp.data());
+        execv(argv[0], argv.data());
         _exit(127);
     }
     pid_ = pid;
@@ -145,17 +106,8 @@ void RefServer::start() {
 
 void RefServer::stop() {
     if (pid_ <= 0) return;
-    kill(pid_, SIGTERM);
-    const auto deadline = std::chrono::steady_clock::now() + kStopTimeout;
-    int status = 0;
-    while (waitpid(pid_, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, &status, 0);
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
     pid_ = -1;
 }
 
@@ -179,31 +131,24 @@ std::filesystem::path RefServer::addFile(const std::string &name, const std::str
 
 RefServer::Reply RefServer::exchange(const std::string &method, const std::string &path,
                                      const std::string &body) const {
-    initCurlOnce();
-    Reply reply;
-    CURL *curl = curl_easy_init();
-    if (!curl) return reply;
-    const std::string target = url() + path;
-    const std::string cert = certificatePath().string();
-    curl_slist *headers = curl_slist_append(nullptr, "Content-Type: application/json");
-    curl_easy_setopt(curl, CURLOPT_URL, target.c_str());
-    curl_easy_setopt(curl, CURLOPT_PROXY, "");  // never through a proxy: the server is on loopback
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 30L);
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &reply.body);
-    if (options_.tls) curl_easy_setopt(curl, CURLOPT_CAINFO, cert.c_str());
+    // With the curl tool, never through a proxy: the server is on loopback.
+    const std::string bodyFile = (dir_ / "exchange-body").string();
+    std::string command = "curl -s --noproxy '*' --max-time 30 -H 'Content-Type: application/json' "
+                          "-w '\\n%{http_code}' -X " + method + " '" + url() + path + "'";
+    if (options_.tls) command += " --cacert '" + certificatePath().string() + "'";
     if (method == "POST" || method == "PUT") {
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.data());
-        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        std::ofstream(bodyFile, std::ios::binary) << body;
+        command += " --data-binary @'" + bodyFile + "'";
     }
-    if (method != "GET" && method != "POST") curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, method.c_str());
-    if (curl_easy_perform(curl) == CURLE_OK) {
-        curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &reply.status);
+    Reply reply;
+    try {
+        reply.body = commandOutput(command);
+    } catch (const std::exception &) {
+        return reply;
     }
-    curl_slist_free_all(headers);
-    curl_easy_cleanup(curl);
+    const size_t end = reply.body.rfind('\n');
+    reply.status = std::atol(reply.body.c_str() + end + 1);
+    reply.body.erase(end);
     return reply;
 }
 

@@ -9,7 +9,7 @@
 //   server.setFault(R"({"httpStatus": 500})");    // misbehave from now on
 //   std::string seen = server.requests();         // what arrived, as JSON
 //
-// The process is stopped (SIGTERM, then SIGKILL) and reaped by the destructor;
+// The process is killed and reaped by the destructor;
 // it also ends when the thread that started it ends, so create the object on
 // a thread that outlives its use (the test's own thread).
 #include <sys/types.h>

@@ -7,17 +7,18 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <tuple>
 
-#include "TransferHelpers.h"
-#include "http/HttpFixture.h"
 #include "base/Exception.h"
+#include "http/HttpFixture.h"
 #include "platform/FileSystemSpace.h"
-#include "runloop/RunLoop.h"
 #include "support/RecordingLog.h"
 #include "support/TempDir.h"
 #include "transfers/FileCopy.h"
@@ -27,7 +28,6 @@ using namespace std::chrono_literals;
 using vork::CopyStage;
 using vork::CopyStatus;
 using vork::FileCopy;
-using vork::test::asUnprivilegedUser;
 using vork::test::patternBytes;
 using vork::test::readFile;
 using vork::test::RecordingLog;
@@ -47,13 +47,6 @@ bool pollUntilComplete(std::vector<double> *progress = nullptr) {
     return false;
 }
 
-bool pumpUntil(FileCopy &copy) {
-    const auto deadline = std::chrono::steady_clock::now() + 120s;
-    while (!copy.isCompleted() && std::chrono::steady_clock::now() < deadline)
-        vork::RunLoop::current()->runOnce(vork::RunLoop::Seconds(0.1));
-    return copy.isCompleted();
-}
-
 struct stat lstatOf(const fs::path &path) {
     struct stat st {};
     EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
@@ -65,12 +58,10 @@ struct stat lstatOf(const fs::path &path) {
 void expectSameTree(const fs::path &original, const fs::path &copy) {
     struct stat a = lstatOf(original), b = lstatOf(copy);
     ASSERT_EQ(a.st_mode & S_IFMT, b.st_mode & S_IFMT) << copy;
-    if (!S_ISLNK(a.st_mode)) {
-        EXPECT_EQ(a.st_mode & 0777, b.st_mode & 0777) << copy;
-    }
+    if (!S_ISLNK(a.st_mode)) { EXPECT_EQ(a.st_mode & 0777, b.st_mode & 0777) << copy; }
+    if (S_ISREG(a.st_mode) || S_ISDIR(a.st_mode)) { EXPECT_EQ(a.st_mtim.tv_sec, b.st_mtim.tv_sec) << copy; }
     if (S_ISREG(a.st_mode)) {
         EXPECT_EQ(readFile(original), readFile(copy)) << copy;
-        EXPECT_EQ(a.st_mtim.tv_sec, b.st_mtim.tv_sec) << copy;
         EXPECT_EQ(a.st_mtim.tv_nsec, b.st_mtim.tv_nsec) << copy;
     } else if (S_ISLNK(a.st_mode)) {
         EXPECT_EQ(fs::read_symlink(original), fs::read_symlink(copy));
@@ -80,25 +71,21 @@ void expectSameTree(const fs::path &original, const fs::path &copy) {
             ++entries;
             expectSameTree(entry.path(), copy / entry.path().filename());
         }
-        EXPECT_EQ(entries, static_cast<size_t>(std::distance(fs::directory_iterator(copy), fs::directory_iterator())))
-            << copy;
-        EXPECT_EQ(a.st_mtim.tv_sec, b.st_mtim.tv_sec) << copy;
+        EXPECT_EQ(entries, size_t(std::distance(fs::directory_iterator(copy), fs::directory_iterator()))) << copy;
     }
 }
 
-// A tree with nested folders, an empty folder, a link, a read-only file, a
+// A tree with nested folders, an empty folder, links, a read-only file, a
 // read-only folder and a FIFO.
 fs::path makeTree(const TempDir &dir, const std::string &name) {
     fs::path root = dir / name;
     dir.write(name + "/top.bin", patternBytes(70000, 1));
-    dir.write(name + "/sub/middle.txt", "middle\n");
     dir.write(name + "/sub/deeper/bottom.bin", patternBytes(3 << 20, 2));
     dir.write(name + "/sub/deeper/empty.txt", "");
     fs::create_directories(root / "empty-folder");
-    fs::create_symlink("sub/middle.txt", root / "link-to-middle");
+    fs::create_symlink("sub/deeper/empty.txt", root / "link");
     fs::create_symlink("/nowhere/at/all", root / "dangling");
-    dir.write(name + "/readonly.txt", "do not touch\n");
-    ::chmod((root / "readonly.txt").c_str(), 0444);
+    ::chmod(dir.write(name + "/readonly.txt", "do not touch\n").c_str(), 0444);
     dir.write(name + "/locked/inside.txt", "inside\n");
     ::chmod((root / "locked").c_str(), 0555);
     ::mkfifo((root / "pipe").c_str(), 0640);
@@ -114,56 +101,8 @@ fs::path makeWideTree(const TempDir &dir, const std::string &name, int files, si
         dir.write(folder + "/f" + std::to_string(i) + ".dat", patternBytes(fileSize + i, static_cast<unsigned>(i)));
     }
     ::chmod((dir / name / "d3").c_str(), 0555);
-    ::chmod((dir / name / "d4/e1").c_str(), 0711);
     return dir / name;
 }
-
-// Sum of lstat sizes of everything below a folder, found independently.
-uint64_t sizeBelow(const fs::path &folder) {
-    uint64_t total = 0;
-    for (const auto &entry : fs::recursive_directory_iterator(folder)) total += lstatOf(entry.path()).st_size;
-    return total;
-}
-
-// Every byte of a file, or of all files below a folder.
-std::string contentsOf(const fs::path &path) {
-    if (!fs::is_directory(path)) return readFile(path);
-    std::string all;
-    for (const auto &entry : fs::recursive_directory_iterator(path))
-        if (entry.is_regular_file()) all += readFile(entry.path());
-    return all;
-}
-
-// A small tmpfs mounted inside the test's folder, unmounted before the
-// folder is removed. Not every test machine lets a test mount.
-class TinyFileSystem {
-public:
-    TinyFileSystem(const fs::path &where, unsigned long flags = 0) : path_(where) {
-        fs::create_directories(where);
-        mounted_ = ::mount("tmpfs", where.c_str(), "tmpfs", flags, "size=1m") == 0;
-    }
-    ~TinyFileSystem() {
-        if (mounted_) ::umount2(path_.c_str(), MNT_DETACH);
-    }
-    bool mounted() const { return mounted_; }
-
-private:
-    fs::path path_;
-    bool mounted_ = false;
-};
-
-class FreeSpaceDouble : public vork::platform::FileSystemSpace {
-public:
-    explicit FreeSpaceDouble(Attributes answer) : answer_(std::move(answer)) {}
-    Attributes attributesOfFileSystem(const std::string &path) override {
-        askedFor = path;
-        return answer_;
-    }
-    std::string askedFor;
-
-private:
-    Attributes answer_;
-};
 
 class FileCopyC : public ::testing::Test {
 protected:
@@ -172,44 +111,26 @@ protected:
     void copyInto(const std::string &source, const fs::path &folder, std::vector<double> *progress = nullptr) {
         fs::create_directories(folder);
         ASSERT_STREQ(fileCopyStart(source.c_str(), folder.c_str()), "");
-        ASSERT_NE(g_FileCopy, nullptr);
         ASSERT_TRUE(pollUntilComplete(progress));
     }
     TempDir dir;
     RecordingLog log;
 };
 
-TEST_F(FileCopyC, NoCopyObjectGivesNeutralAnswers) {
-    for (int i = 0; i < 2; ++i) {  // releasing twice is harmless
-        fileCopyRelease();
-        EXPECT_EQ(g_FileCopy, nullptr);
-        EXPECT_EQ(fileCopyProgress(), -1.0);
-        EXPECT_TRUE(fileCopyIsComplete());
-    }
-}
-
-// ---- copying ---------------------------------------------------------------
-
 TEST_F(FileCopyC, FileKeepsItsNameProgressRisesAndEachStepIsLogged) {
     auto source = dir.write("in/package.pkg", patternBytes(5 << 20));
     const std::string before = readFile(source), src = source.string(), dst = (dir / "out").string();
-    const auto sourceTimes = lstatOf(source).st_mtim;
     std::vector<double> progress;
     copyInto(src, dst, &progress);
-
     EXPECT_EQ(readFile(dir / "out/package.pkg"), before);
-    EXPECT_EQ(readFile(source), before);
-    EXPECT_EQ(lstatOf(source).st_mtim.tv_nsec, sourceTimes.tv_nsec);
     EXPECT_EQ(fileCopyProgress(), 100.0);
-    EXPECT_DOUBLE_EQ(g_FileCopy->percentCompleted(), 100.0);
     for (size_t i = 0; i < progress.size(); ++i) {
-        EXPECT_GE(progress[i], 0.0);
+        EXPECT_GE(progress[i], i ? progress[i - 1] : 0.0);
         EXPECT_LE(progress[i], 100.0);
-        if (i) { EXPECT_GE(progress[i], progress[i - 1]); }
     }
-    for (const std::string &line :
-         {"fileCopyStart " + src + " to " + dst, "About to copy " + src + " to " + dst, std::string("Status: 0"),
-          "fileCopyStart (src=" + src + ", dst=" + dst + ") succeeded: ", std::string("isCompleted=YES")})
+    for (const std::string &line : {"fileCopyStart " + src + " to " + dst, "About to copy " + src + " to " + dst,
+                                    "fileCopyStart (src=" + src + ", dst=" + dst + ") succeeded: ",
+                                    std::string("Status: 0"), std::string("isCompleted=YES")})
         EXPECT_TRUE(log.contains(line)) << line;
     auto lines = log.lines();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "Finished!"), 1);
@@ -221,12 +142,11 @@ TEST_F(FileCopyC, FileKeepsItsNameProgressRisesAndEachStepIsLogged) {
 
 TEST_F(FileCopyC, CopiesKeepKindsContentsModesTimesAndLinks) {
     struct Row {
-        std::string name;          // of the copy inside out/
+        std::string name;  // of the copy inside out/
         std::function<fs::path()> make;
-        std::string suffix;        // added to the source path given
-        double percent;            // percentCompleted() at the end, NaN: 0/0; no check when negative
+        std::string suffix;  // added to the source path given
+        double percent;      // percentCompleted() at the end, NaN: 0/0; no check when negative
     };
-    const double kNaN = std::nan("");
     const std::vector<Row> rows = {
         {"script.sh", [&] {
              auto source = dir.write("script.sh", "#!/bin/sh\necho hi\n");
@@ -243,13 +163,12 @@ TEST_F(FileCopyC, CopiesKeepKindsContentsModesTimesAndLinks) {
              out << "end";
              return dir / "sparse.img";
          }, "", -1},
-        {"empty.txt", [&] { return dir.write("empty.txt", ""); }, "", kNaN},
+        {"empty.txt", [&] { return dir.write("empty.txt", ""); }, "", std::nan("")},
         {"tree", [&] { return makeTree(dir, "tree"); }, "", 100.0},
         {"wide", [&] { return makeWideTree(dir, "wide", 600, 500); }, "", 100.0},
         {"docs", [&] { return dir.write("docs/readme.txt", "hello\n").parent_path(); }, "/", -1},
         {"alias", [&] {
-             dir.write("target.txt", "t");
-             fs::create_symlink("target.txt", dir / "alias");
+             fs::create_symlink("script.sh", dir / "alias");
              return dir / "alias";
          }, "", -1},
     };
@@ -266,26 +185,20 @@ TEST_F(FileCopyC, CopiesKeepKindsContentsModesTimesAndLinks) {
     EXPECT_TRUE(fs::is_symlink(dir / "out/alias"));
 }
 
-TEST_F(FileCopyC, StartingAgainReleasesThePreviousCopy) {
+TEST_F(FileCopyC, StartingAgainOrReleasingDuringACopyStopsItSafely) {
     auto first = dir.write("first.bin", patternBytes(4 << 20, 1));
     auto second = dir.write("second.bin", patternBytes(1000, 2));
     fs::create_directories(dir / "out");
     ASSERT_STREQ(fileCopyStart(first.c_str(), (dir / "out").c_str()), "");
     copyInto(second, dir / "out");
     EXPECT_EQ(g_FileCopy->fileSize(), 1000u);
-    EXPECT_EQ(readFile(dir / "out/second.bin"), readFile(second));
     // The first copy was stopped or had finished: never left half-written.
     if (fs::exists(dir / "out/first.bin")) { EXPECT_EQ(readFile(dir / "out/first.bin"), readFile(first)); }
-}
 
-TEST_F(FileCopyC, ReleaseDuringAFileOrFolderCopyIsSafe) {
     for (const fs::path &source : {dir.write("big.bin", patternBytes(64 << 20)), makeWideTree(dir, "wide", 400, 20000)}) {
         SCOPED_TRACE(source);
-        const std::string before = contentsOf(source);
-        fs::create_directories(dir / "out");
         ASSERT_STREQ(fileCopyStart(source.c_str(), (dir / "out").c_str()), "");
         fileCopyRelease();
-        EXPECT_EQ(g_FileCopy, nullptr);
         // Reports that were already queued find no object and change nothing.
         for (int i = 0; i < 5; ++i) processRunLoop();
         EXPECT_EQ(fileCopyProgress(), -1.0);
@@ -293,11 +206,8 @@ TEST_F(FileCopyC, ReleaseDuringAFileOrFolderCopyIsSafe) {
         const fs::path copy = dir / "out" / source.filename();
         if (fs::is_directory(copy)) expectSameTree(source, copy);
         else if (fs::exists(copy)) { EXPECT_EQ(fs::file_size(copy), fs::file_size(source)); }
-        EXPECT_EQ(contentsOf(source), before);
     }
 }
-
-// ---- refusals --------------------------------------------------------------
 
 TEST_F(FileCopyC, RefusedStartsAnswerWhyAndChangeNothing) {
     auto source = dir.write("a.txt", "a");
@@ -306,7 +216,6 @@ TEST_F(FileCopyC, RefusedStartsAnswerWhyAndChangeNothing) {
     dir.write("out/report.txt", "old contents");
     dir.write("in/folder/a.txt", "new");
     dir.write("out/folder/b.txt", "old");
-    dir.write("self/file.txt", "x");
     fs::create_directories(dir / "self/inner");
     fs::create_directories(dir / "empty-out");
     const std::string d = dir.str(), missing = d + "/nothing-here", in = d + "/in/report.txt", emptyOut = d + "/empty-out",
@@ -327,14 +236,10 @@ TEST_F(FileCopyC, RefusedStartsAnswerWhyAndChangeNothing) {
         {nullptr, d.c_str(), absent},
         {"\xff\xfe/bad", d.c_str(), absent},
         {source.c_str(), nullptr, begin + "-43"},
-        {source.c_str(), "/tmp/\xc3\x28", begin + "-43"},
     };
     // Absent and non-UTF-8 paths are logged as absent text.
     auto shown = [](const char *path) -> std::string {
-        if (!path) return "(null)";
-        for (const char *c = path; *c; ++c)
-            if (static_cast<unsigned char>(*c) >= 0x80) return "(null)";
-        return path;
+        return !path || std::any_of(path, path + strlen(path), [](char c) { return c & 0x80; }) ? "(null)" : path;
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(shown(row.src) + " -> " + shown(row.dst));
@@ -342,106 +247,79 @@ TEST_F(FileCopyC, RefusedStartsAnswerWhyAndChangeNothing) {
         EXPECT_TRUE(log.contains("fileCopyStart " + shown(row.src) + " to " + shown(row.dst)));
         EXPECT_TRUE(log.contains("fileCopyStart (src=" + shown(row.src) + ", dst=" + shown(row.dst) +
                                  ") failed: " + row.expected));
-        ASSERT_NE(g_FileCopy, nullptr);
         EXPECT_EQ(g_FileCopy->errorMessage(), row.expected);
         EXPECT_FALSE(fileCopyIsComplete());  // never started, so never completes
     }
-    EXPECT_TRUE(log.contains("Status: -43"));
     EXPECT_TRUE(fs::is_empty(dir / "empty-out"));
     EXPECT_FALSE(fs::exists(dir / "no"));
-    EXPECT_EQ(readFile(source), "a");
     EXPECT_EQ(readFile(plain), "p");
     EXPECT_EQ(readFile(dir / "out/report.txt"), "old contents");
     EXPECT_FALSE(fs::exists(dir / "out/folder/a.txt"));
-    EXPECT_EQ(readFile(dir / "out/folder/b.txt"), "old");
     EXPECT_FALSE(fs::exists(dir / "self/inner/self"));
 }
 
-TEST_F(FileCopyC, UnreadableSourceIsRefused) {
-    auto source = dir.write("secret.bin", "secret");
-    ::chmod(source.c_str(), 0000);
-    ::chmod(dir.path().c_str(), 0777);
-    fs::create_directories(dir / "out");
-    ::chmod((dir / "out").c_str(), 0777);
-    const std::string expected = "The source file " + source.string() + " does not exist or cannot be read";
-    auto verdict = asUnprivilegedUser([&] {
-        return std::string(fileCopyStart(source.c_str(), (dir / "out").c_str())) == expected &&
-               fs::is_empty(dir / "out");
-    });
-    if (!verdict) GTEST_SKIP() << "cannot switch to an unprivileged user";
-    EXPECT_TRUE(*verdict);
-}
-
-// An engine that fails its start in a chosen way.
-class FailingEngine : public vork::CopyEngine {
-public:
-    FailingEngine(long status, std::optional<std::string> throwReason)
-        : status_(status), throwReason_(std::move(throwReason)) {}
-    Started startCopy(const std::string &, const std::string &, std::shared_ptr<vork::RunLoop>,
-                      vork::RunLoop::Seconds, StatusCallback) override {
-        if (throwReason_) throw vork::Exception("Copy Error", *throwReason_);
-        return {status_, nullptr};
+// An engine whose start throws.
+struct ThrowingEngine : vork::CopyEngine {
+    explicit ThrowingEngine(std::string reason) : reason(std::move(reason)) {}
+    Started startCopy(const std::string &, const std::string &, std::shared_ptr<vork::RunLoop>, vork::RunLoop::Seconds,
+                      StatusCallback) override {
+        throw vork::Exception("Copy Error", reason);
     }
-
-private:
-    long status_;
-    std::optional<std::string> throwReason_;
+    std::string reason;
 };
 
-TEST_F(FileCopyC, EngineRefusalsAndExceptionsAreAnsweredAndLogged) {
+TEST_F(FileCopyC, EngineExceptionsAreAnsweredAndLogged) {
     auto source = dir.write("a.txt", "a");
-    struct Row {
-        long status;
-        std::optional<std::string> thrown;
-        std::string expected, logged;
-    };
-    for (const Row &row : std::vector<Row>{
-             {-36, std::nullopt, "Failed to begin asynchronous object copy: -36",
-              "Failed to begin asynchronous object copy: -36"},
-             {0, "the engine broke", "the engine broke", "the engine broke"},
-             {0, "", "Transfer failed", ""},
-         }) {
-        SCOPED_TRACE(row.expected);
-        auto engine = vork::copyEngine().install(std::make_shared<FailingEngine>(row.status, row.thrown));
-        EXPECT_STREQ(fileCopyStart(source.c_str(), dir.str().c_str()), row.expected.c_str());
-        EXPECT_TRUE(log.contains("fileCopyStart (src=" + source.string() + ", dst=" + dir.str() +
-                                 ") failed: " + row.logged));
+    for (auto [reason, expected] : std::vector<std::pair<std::string, std::string>>{
+             {"the engine broke", "the engine broke"}, {"", "Transfer failed"}}) {
+        auto engine = vork::copyEngine().install(std::make_shared<ThrowingEngine>(reason));
+        EXPECT_EQ(fileCopyStart(source.c_str(), dir.str().c_str()), expected);
+        EXPECT_TRUE(log.contains("fileCopyStart (src=" + source.string() + ", dst=" + dir.str() + ") failed: " + reason));
     }
 }
 
-// ---- full and read-only destinations ---------------------------------------
-
 TEST_F(FileCopyC, TinyAndReadOnlyDestinations) {
-    TinyFileSystem small(dir / "small"), frozen(dir / "frozen", MS_RDONLY);
-    if (!small.mounted() || !frozen.mounted()) GTEST_SKIP() << "cannot mount a tmpfs here";
-    const fs::path smallPath = dir / "small";
+    const fs::path small = dir / "small", frozen = dir / "frozen";
+    fs::create_directories(small);
+    fs::create_directories(frozen);
+    if (::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0) GTEST_SKIP() << "cannot mount a tmpfs here";
+    ASSERT_EQ(::mount("tmpfs", frozen.c_str(), "tmpfs", MS_RDONLY, "size=1m"), 0);
     auto fits = dir.write("fits.bin", patternBytes(100000));
     auto tooBig = dir.write("toobig.bin", patternBytes(2 << 20));
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(fits.c_str(), smallPath.c_str()));
-    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(tooBig.c_str(), smallPath.c_str()));
-    EXPECT_TRUE(log.contains("Size of " + tooBig.string() + ": 2097152  Available space at " + smallPath.string() +
+    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(fits.c_str(), small.c_str()));
+    EXPECT_FALSE(hasEnoughSpaceForFileInDestination(tooBig.c_str(), small.c_str()));
+    EXPECT_TRUE(log.contains("Size of " + tooBig.string() + ": 2097152  Available space at " + small.string() +
                              ": 1048576"));
-    EXPECT_STREQ(fileCopyStart(fits.c_str(), (dir / "frozen").c_str()),
-                 "Failed to begin asynchronous object copy: -61");
+    EXPECT_STREQ(fileCopyStart(fits.c_str(), frozen.c_str()), "Failed to begin asynchronous object copy: -61");
 
     // What does not fit starts, then completes without an error and leaves
     // nothing behind: no partial file, no partial folder.
     dir.write("bundle/a.txt", "small file");
     dir.write("bundle/z/huge.bin", patternBytes(3 << 20));
-    for (const fs::path &source : {dir.write("big.bin", patternBytes(4 << 20)), dir / "bundle",
-                                   makeWideTree(dir, "wide", 300, 8000)}) {
+    for (const fs::path &source : {tooBig, dir / "bundle", makeWideTree(dir, "wide", 300, 8000)}) {
         SCOPED_TRACE(source);
-        const std::string before = contentsOf(source);
-        EXPECT_FALSE(hasEnoughSpaceForFileInDestination(source.c_str(), smallPath.c_str()));
-        copyInto(source, smallPath);
+        copyInto(source, small);
         EXPECT_EQ(fileCopyProgress(), 100.0);
         EXPECT_EQ(g_FileCopy->errorMessage(), "");
-        EXPECT_TRUE(fs::is_empty(smallPath));
-        EXPECT_EQ(contentsOf(source), before);
+        EXPECT_TRUE(fs::is_empty(small));
     }
+    fileCopyRelease();
+    ::umount2(small.c_str(), MNT_DETACH);
+    ::umount2(frozen.c_str(), MNT_DETACH);
 }
 
-// ---- the space check -------------------------------------------------------
+class FreeSpaceDouble : public vork::platform::FileSystemSpace {
+public:
+    explicit FreeSpaceDouble(Attributes answer) : answer_(std::move(answer)) {}
+    Attributes attributesOfFileSystem(const std::string &path) override {
+        askedFor = path;
+        return answer_;
+    }
+    std::string askedFor;
+
+private:
+    Attributes answer_;
+};
 
 TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
     const std::string source = dir.write("a.bin", patternBytes(5000)).string(), absent = (dir / "absent").string();
@@ -475,69 +353,47 @@ TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
         if (row.free) { EXPECT_EQ(fake->askedFor, row.dst); }
         for (const std::string &line : row.lines) EXPECT_TRUE(log.contains(line)) << line;
     }
-    EXPECT_TRUE(log.anyContains("Unable to get file attributes for path (null): "));
 }
-
-TEST_F(FileCopyC, SpaceCheckKeepsTheCopyObject) {
-    auto source = dir.write("a.bin", "abc");
-    EXPECT_EQ(g_FileCopy, nullptr);
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
-    VORKFileCopy *made = g_FileCopy;
-    ASSERT_NE(made, nullptr);
-    EXPECT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
-    EXPECT_EQ(g_FileCopy, made);
-}
-
-// ---- progress as the status reports set it ---------------------------------
 
 TEST_F(FileCopyC, ProgressFollowsTheReportsAndIsHundredOnceComplete) {
     auto source = dir.write("a.bin", "abc");
+    // The space check makes the copy object and keeps it.
     ASSERT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
+    VORKFileCopy *made = g_FileCopy;
+    ASSERT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
+    ASSERT_EQ(g_FileCopy, made);
     g_FileCopy->setFileSize(1000);
     FileCopy::statusCallback(CopyStatus{CopyStage::Running, 250.0f}, g_FileCopy);
     EXPECT_EQ(fileCopyProgress(), 25.0);
     EXPECT_TRUE(log.contains("fileCopyProgress=25.000000"));
     EXPECT_FALSE(fileCopyIsComplete());
     EXPECT_TRUE(log.contains("isCompleted=NO"));
-
     FileCopy::statusCallback(CopyStatus{CopyStage::Complete, 900.0f}, g_FileCopy);
-    EXPECT_TRUE(log.contains("Finished!"));
     EXPECT_DOUBLE_EQ(g_FileCopy->percentCompleted(), 90.0);
     EXPECT_EQ(fileCopyProgress(), 100.0);
     EXPECT_TRUE(fileCopyIsComplete());
 }
 
-TEST(FileCopyStatus, ReportsSetThePercentageAndTheirErrorIsIgnored) {
-    struct Row {
-        uint64_t size;
-        CopyStatus status;
-        double percent;
-    };
+TEST(FileCopyStatus, ReportsSetThePercentageTheirErrorIsIgnoredAndOneWithoutObjectRaises) {
     const uint64_t odd = (1u << 24) + 1;
-    for (const Row &row : std::vector<Row>{
+    for (auto [size, status, percent] : std::vector<std::tuple<uint64_t, CopyStatus, double>>{
              // 2^24 + 1 is not a float: the report says 2^24.
              {odd, CopyStatus{CopyStage::Running, static_cast<float>(odd)}, 16777216.0 * 100.0 / 16777217.0},
              {10, CopyStatus{CopyStage::Complete, 4.0f, vork::copystatus::kDiskFull}, 40.0},
          }) {
         FileCopy copy;
-        copy.setFileSize(row.size);
-        FileCopy::statusCallback(row.status, &copy);
-        EXPECT_DOUBLE_EQ(copy.percentCompleted(), row.percent);
-        EXPECT_EQ(copy.isCompleted(), row.status.stage == CopyStage::Complete);
+        copy.setFileSize(size);
+        FileCopy::statusCallback(status, &copy);
+        EXPECT_DOUBLE_EQ(copy.percentCompleted(), percent);
+        EXPECT_EQ(copy.isCompleted(), status.stage == CopyStage::Complete);
         EXPECT_EQ(copy.errorMessage(), "");
     }
-}
-
-TEST(FileCopyStatus, ReportWithoutObjectRaises) {
-    RecordingLog log;
     try {
         FileCopy::statusCallback(CopyStatus{CopyStage::Running, 1.0f}, nullptr);
         FAIL() << "no exception";
     } catch (const vork::Exception &e) {
-        EXPECT_EQ(e.name(), "The info parameter was nil.");
-        EXPECT_EQ(e.reason(), "Info 0");
+        EXPECT_EQ(e.name() + " " + e.reason(), "The info parameter was nil. Info 0");
     }
-    EXPECT_TRUE(log.contains("statusCallBack was received."));
 }
 
 TEST(FileCopyStatus, ReportsArriveOnlyWhileTheStartingThreadPumps) {
@@ -554,39 +410,19 @@ TEST(FileCopyStatus, ReportsArriveOnlyWhileTheStartingThreadPumps) {
     std::this_thread::sleep_for(200ms);
     EXPECT_FALSE(copy.isCompleted());
     EXPECT_EQ(copy.percentCompleted(), 0.0);
-
-    ASSERT_TRUE(pumpUntil(copy));
+    ASSERT_TRUE(vork::test::pumpUntil([&] { return copy.isCompleted(); }, 120));
     EXPECT_DOUBLE_EQ(copy.percentCompleted(), 100.0);
-    EXPECT_EQ(readFile(dir / "out/a.bin"), readFile(source));
-}
-
-TEST(FileCopyStatus, ReportsFromAnotherThreadsCopyStayOnThatThread) {
-    TempDir dir;
-    auto source = dir.write("a.bin", patternBytes(1 << 20));
-    fs::create_directories(dir / "out");
+    // Another thread's copy reports to that thread, never to this one.
     bool completedThere = false;
+    fs::create_directories(dir / "other");
     std::thread starter([&] {
-        FileCopy copy;
-        if (copy.startCopyFrom(source.string(), (dir / "out").string())) completedThere = pumpUntil(copy);
+        FileCopy other;
+        if (other.startCopyFrom(source.string(), (dir / "other").string()))
+            completedThere = vork::test::pumpUntil([&] { return other.isCompleted(); }, 120);
     });
-    // This thread's loop never sees the other thread's reports.
     for (int i = 0; i < 3; ++i) vork::RunLoop::current()->runOnce(vork::RunLoop::Seconds(0.01));
     starter.join();
     EXPECT_TRUE(completedThere);
-}
-
-TEST(FileCopySize, FileFolderAndNothing) {
-    TempDir dir;
-    auto file = dir.write("f.bin", patternBytes(12345));
-    makeTree(dir, "tree");
-    FileCopy copy;
-    EXPECT_EQ(copy.calculateFileSize(file.string()), 12345u);
-    EXPECT_EQ(copy.calculateFileSize((dir / "absent").string()), 0u);
-    EXPECT_EQ(copy.calculateFileSize(std::nullopt), 0u);
-    // Sub-folders' own sizes count too.
-    const uint64_t expected = sizeBelow(dir / "tree");
-    EXPECT_EQ(copy.calculateFileSize((dir / "tree").string()), expected);
-    EXPECT_GT(expected, 70000u + (3u << 20) + 7 + lstatOf(dir / "tree/sub").st_size);
 }
 
 }  // namespace

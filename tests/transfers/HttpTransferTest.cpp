@@ -32,16 +32,6 @@ TEST(HttpTransferSchedule, DelaysRiseFromTheMinimumToTheMaximum) {
     }
 }
 
-TEST(HttpTransferSchedule, NewTransferStartsWithTheDefaults) {
-    HttpTransfer transfer;
-    EXPECT_EQ(transfer.maxRetries(), 0);
-    EXPECT_DOUBLE_EQ(transfer.retryDelayMinSeconds(), 5.0);
-    EXPECT_DOUBLE_EQ(transfer.retryDelayMaxSeconds(), 120.0);
-    EXPECT_DOUBLE_EQ(transfer.timeout(), 0.0);
-    EXPECT_FALSE(transfer.statusMessage());
-    EXPECT_TRUE(transfer.headerValues().empty());
-}
-
 TEST(HttpTransferRetryRule, OnlyTransientAnswersAreRetried) {
     EXPECT_TRUE(HttpTransfer::shouldRetry(0));
     for (long code : {100, 200, 206, 301, 399, 403, 404, 415, 418, 500, 501})
@@ -58,10 +48,6 @@ TEST(HttpTransferSecurity, FixedKeychainUnderTheSystemRootWithoutWhichThereIsNoI
               sandbox.at("/Library/Application Support/VORK/VORK.keychain").string());
     transfer.httpRequest().setUrl("https://127.0.0.1:1/x");
     EXPECT_FALSE(transfer.credentialNeededForServerRequest(transfer.httpRequest(), "https://zel/"));
-    DomainError error;
-    EXPECT_FALSE(transfer.securityAPI().identityAsNSURLCredential(&error));
-    EXPECT_EQ(error.code, 3);
-    EXPECT_EQ(error.domain, VORKSecurityErrorDomain);
     EXPECT_TRUE(log.anyContains("HttpTransfer - error producing credential for server request https://127.0.0.1:1/x: {"));
 }
 

@@ -33,28 +33,24 @@ struct FixedIdentity : platform::MachineIdentity {
 TEST(UnidentifiedMachine, EveryServerCallAnswersTheFailureMessage) {
     RefServer server;
     useServer(server);
-    const std::vector<std::pair<const char *, std::function<const char *()>>> calls = {
-        {"keepAlive", [] { return keepAlive(0); }},
-        {"computerInventoryPrefs", [] { return computerInventoryPrefs(); }},
-        {"clientSitePrivileges", [] { return clientSitePrivileges("Self Service"); }},
-        {"clientSiteSelection", [] { return clientSiteSelection(2); }},
-        {"adminSave", [] { return adminSave("<adminSave/>"); }},
-        {"adminAddObject", [] { return adminAddObject(); }},
-        {"getPrinterInfo", [] { return getPrinterInfo(1); }},
-        {"retrieveScriptData", [] { return retrieveScriptData(1); }},
+    const std::vector<std::function<const char *()>> calls = {
+        [] { return keepAlive(0); },         [] { return computerInventoryPrefs(); },
+        [] { return clientSitePrivileges("Self Service"); }, [] { return clientSiteSelection(2); },
+        [] { return adminSave("<adminSave/>"); },             [] { return adminAddObject(); },
+        [] { return getPrinterInfo(1); },    [] { return retrieveScriptData(1); },
     };
     for (bool fails : {false, true}) {  // no identifier at all; reading it fails
         auto guard = platform::machineIdentity().install(std::make_shared<FixedIdentity>(std::nullopt, fails));
-        for (const auto &[name, call] : calls) {
-            const char *reply = call();
-            ASSERT_NE(reply, nullptr) << name;
-            EXPECT_EQ(statusCodeOf(reply), 1999) << name << ": " << reply;
+        for (size_t i = 0; i < calls.size(); ++i) {
+            const char *reply = calls[i]();
+            ASSERT_NE(reply, nullptr) << i;
+            EXPECT_EQ(statusCodeOf(reply), 1999) << i << ": " << reply;
             VCCMessage parsed;
             parsed.loadFromXmlData(reply);
-            EXPECT_EQ(parsed.device().uuid().value_or(""), "") << name;
+            EXPECT_EQ(parsed.device().uuid().value_or(""), "") << i;
         }
     }
-    EXPECT_TRUE(clientRequests(server).empty()) << server.requests();
+    EXPECT_EQ(clientMessages(server), 0u);
 }
 
 TEST(WrittenBack, AReplyWithoutDeviceRecordIsFilledBeforeItIsReturned) {
