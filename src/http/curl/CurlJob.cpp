@@ -1,7 +1,5 @@
 #include "http/curl/CurlJob.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 
@@ -32,8 +30,8 @@ void Job::resetAttempt() {
     curl_slist_free_all(headerList);
     curl_slist_free_all(retiredHeaderList);
     headerList = retiredHeaderList = nullptr;
-    if (bodyFd >= 0) ::close(bodyFd);
-    bodyFd = -1;
+    body.reset();
+    bodyOffset = bodySize = 0;
     responseQueued = waitingForAck = writeFailed = sawSentEvent = false;
     lastDownloaded = lastUploaded = 0;
     lastSentEpoch = 0;

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "http/Transport.h"
+#include "platform/FileAccess.h"
 
 namespace vork {
 class RunLoop;
@@ -57,7 +58,9 @@ struct Job : std::enable_shared_from_this<Job> {
     CURL *easy = nullptr;
     curl_slist *headerList = nullptr;
     curl_slist *retiredHeaderList = nullptr;
-    int bodyFd = -1;
+    std::unique_ptr<platform::OpenFile> body;  // a body streamed from a file
+    uint64_t bodyOffset = 0;                   // where its next read starts
+    uint64_t bodySize = 0;
     bool responseQueued = false;
     bool waitingForAck = false;
     bool writeFailed = false;
