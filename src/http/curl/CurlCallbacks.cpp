@@ -63,13 +63,10 @@ size_t onWrite(char *data, size_t size, size_t count, void *user) {
     }
     if (job->waitingForAck) return CURL_WRITEFUNC_PAUSE;
     if (job->file) {
-        if (!job->file->append(data, length)) {
+        if (job->writeFailed || !job->appendToFile(data, length)) {
             job->writeFailed = true;
             return 0;
         }
-        Event event{Event::Data};
-        event.length = length;
-        job->queue(std::move(event), false);
         return length;
     }
     {
