@@ -68,21 +68,17 @@ void writeFile(const std::string &path, const std::string &bytes) {
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-// Best of a few runs.
-double best(int runs, const std::function<void()> &work) {
-    double fastest = 1e9;
-    for (int i = 0; i < runs; ++i) fastest = std::min(fastest, bench::secondsOf(work));
-    return fastest;
+// The median of a few runs.
+double medianOf(int runs, const std::function<void()> &work) {
+    std::vector<double> figures;
+    for (int i = 0; i < runs; ++i) figures.push_back(bench::secondsOf(work));
+    return bench::median(figures);
 }
 
-double bestCommand(int runs, const std::string &command) {
-    double fastest = 1e9;
-    for (int i = 0; i < runs; ++i) {
-        double seconds = bench::timeCommand(command);
-        if (seconds < 0) return -1;
-        fastest = std::min(fastest, seconds);
-    }
-    return fastest;
+// Our figure and a command's, in turns (A B A B), medians.
+std::pair<double, double> against(int runs, const std::function<void()> &work, const std::string &command) {
+    return bench::alternate(runs, [&] { return bench::secondsOf(work); },
+                            [&] { return bench::timeCommand(command); });
 }
 
 }  // namespace
@@ -92,7 +88,7 @@ int main() {
     std::filesystem::create_directories(dir);
     const std::string in = (dir / "in.txt").string();
     const std::string out = (dir / "out.txt").string();
-    const int runs = 3;
+    const int runs = 7;
 
     std::vector<bench::Row> rows;
     size_t removedRefs = 0;
@@ -102,12 +98,13 @@ int main() {
         std::string text = textWithReferences(bytes, removals);
         writeFile(in, text);
         std::string result;
-        double ours = best(runs, [&] { result = RemoveInvalidXmlData::removeInvalidEncodedChars(text); });
+        auto clean = [&] { result = RemoveInvalidXmlData::removeInvalidEncodedChars(text); };
+        clean();
         removedRefs = (text.size() - result.size());
         std::string copy;
-        double memcopy = best(runs, [&] { copy = text; });
-        double cp = bestCommand(runs, "cp " + in + " " + out);
-        double sed = bestCommand(runs, "LC_ALL=C sed -E 's/&#([0-8]|1[1247-9]|2[0-8]|1[56]);//g' " + in + " > " + out);
+        double memcopy = medianOf(runs, [&] { copy = text; });
+        auto [ours, cp] = against(runs, clean, "cp " + in + " " + out);
+        double sed = against(runs, clean, "LC_ALL=C sed -E 's/&#([0-8]|1[1247-9]|2[0-8]|1[56]);//g' " + in + " > " + out).second;
         std::string what = "references " + std::to_string(megabytes) + " MB, " + std::to_string(removals) + " drops";
         rows.push_back({what + " vs copy", ours, memcopy, "std::string", 0});
         rows.push_back({what + " vs cp", ours, cp, "cp", 0.5});
@@ -120,23 +117,24 @@ int main() {
         std::string text = textWithForbiddenCharacters(bytes, removals);
         writeFile(in, text);
         std::optional<std::string> result;
-        double ours = best(runs, [&] { result = VCCMessage::dataByRemovingInvalidXmlCharacters(text); });
+        auto clean = [&] { result = VCCMessage::dataByRemovingInvalidXmlCharacters(text); };
+        clean();
         if (!result) {
             std::fprintf(stderr, "the generated text is not UTF-8\n");
             return 1;
         }
         std::string copy;
-        double memcopy = best(runs, [&] { copy = text; });
-        double cp = bestCommand(runs, "cp " + in + " " + out);
+        double memcopy = medianOf(runs, [&] { copy = text; });
+        auto [ours, cp] = against(runs, clean, "cp " + in + " " + out);
         // tr removes the control characters only; it knows nothing of UTF-8.
-        double tr = bestCommand(runs, "LC_ALL=C tr -d '\\001' < " + in + " > " + out);
+        double tr = against(runs, clean, "LC_ALL=C tr -d '\\001' < " + in + " > " + out).second;
         std::string what = "characters " + std::to_string(megabytes) + " MB, " + std::to_string(removals) + " drops";
         rows.push_back({what + " vs copy", ours, memcopy, "std::string", 0});
         rows.push_back({what + " vs cp", ours, cp, "cp", 0.5});
         rows.push_back({what + " vs tr", ours, tr, "tr -d", 0.5});
         std::printf("%zu MB: %zu bytes of forbidden characters removed\n", megabytes, text.size() - result->size());
     }
-    bench::printTable("XML text cleaning (best of 3)", rows);
+    bench::printTable("XML text cleaning (medians of 7, in turns with each tool)", rows);
     std::filesystem::remove_all(dir);
     return 0;
 }

@@ -12,6 +12,7 @@ PACKAGES=(
   nginx-light curl python3 python3-lxml
   libsystemd-dev libx11-dev libxrandr-dev xvfb x11-xserver-utils
   python3-pytest python3-setuptools tinyproxy doxygen help2man
+  gnuplot-nox
 )
 
 missing=()

@@ -3,7 +3,6 @@
  - only src/capi/ includes the public C headers (VORKCoreCommC/*.h);
  - system headers (system calls) are included only under src/platform/;
  - the folders of src/ include each other without cycles.
-Files still being moved behind platform services are listed in PENDING.
 usage: check_layering.py SOURCE_DIR"""
 import os
 import re
@@ -13,8 +12,6 @@ SYSTEM_HEADERS = re.compile(r'#include <(unistd|fcntl|sys/[a-z_]+|syslog|pwd|grp
                             r'arpa/[a-z_]+|poll|signal|spawn|dlfcn|linux/[a-z_]+)\.h>')
 PUBLIC_C_HEADER = re.compile(r'#include [<"]VORKCoreCommC/[A-Za-z_]+\.h[>"]')
 LOCAL = re.compile(r'#include "([a-z]+)/')
-# Paths (relative to src/) whose includes are being reworked separately.
-PENDING = ("http/", "transfers/HttpTransfer.")
 
 src = os.path.join(sys.argv[1], "src")
 problems = []
@@ -25,10 +22,9 @@ for root, _, files in os.walk(src):
         relative = os.path.relpath(path, src)
         folder = relative.split(os.sep)[0]
         text = open(path, encoding="utf-8").read()
-        pending = relative.startswith(PENDING)
-        if folder != "capi" and not pending and PUBLIC_C_HEADER.search(text):
+        if folder != "capi" and PUBLIC_C_HEADER.search(text):
             problems.append(f"{path}: includes a public C header")
-        if folder != "platform" and not pending and SYSTEM_HEADERS.search(text):
+        if folder != "platform" and SYSTEM_HEADERS.search(text):
             problems.append(f"{path}: system header outside src/platform")
         graph.setdefault(folder, set()).update(m for m in LOCAL.findall(text) if m != folder)
 

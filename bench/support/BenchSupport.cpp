@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -40,6 +41,24 @@ void resetPeakRss() {
     out << "5";
 }
 
+double median(std::vector<double> figures) {
+    figures.erase(std::remove_if(figures.begin(), figures.end(), [](double f) { return f < 0; }), figures.end());
+    if (figures.empty()) return -1;
+    std::sort(figures.begin(), figures.end());
+    const size_t n = figures.size();
+    return n % 2 ? figures[n / 2] : (figures[n / 2 - 1] + figures[n / 2]) / 2;
+}
+
+std::pair<double, double> alternate(int runs, const std::function<double()> &ours,
+                                    const std::function<double()> &reference) {
+    std::vector<double> a, b;
+    for (int i = 0; i < runs; ++i) {
+        a.push_back(ours());
+        b.push_back(reference());
+    }
+    return {median(a), median(b)};
+}
+
 void printTable(const std::string &title, const std::vector<Row> &rows, const std::string &unit) {
     std::printf("\n== %s ==\n", title.c_str());
     std::printf("%-44s %12s %12s %-14s %7s %6s  %s\n", "case", ("ours/" + unit).c_str(),
@@ -49,6 +68,11 @@ void printTable(const std::string &title, const std::vector<Row> &rows, const st
         const char *verdict = r.goal <= 0 ? "-" : (ratio >= r.goal ? "MET" : "MISSED");
         std::printf("%-44s %12.4f %12.4f %-14s %7.3f %6.2f  %s\n", r.what.c_str(), r.ours, r.reference,
                     r.referenceName.c_str(), ratio, r.goal, verdict);
+    }
+    for (const Row &r : rows) {
+        if (r.goal <= 0) continue;
+        std::printf("RESULT\t%s\t%.6g\t%.6g\t%.4f\t%.4f\n", r.what.c_str(), r.ours, r.reference,
+                    r.ours > 0 ? r.reference / r.ours : 0, r.goal);
     }
     std::fflush(stdout);
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vork::bench {
@@ -25,8 +26,21 @@ struct Row {
     double goal;       // minimum wanted ratio reference/ours (or 0 for none)
 };
 
+// The median of some figures (figures below 0, failed runs, left out; -1
+// when none is left).
+double median(std::vector<double> figures);
+
+// Runs `ours` and `reference` in turns, A B A B, `runs` times each, so that
+// load from elsewhere on the machine falls on both alike; answers the two
+// medians (first ours). Each function answers its figure, below 0 when the
+// run failed.
+std::pair<double, double> alternate(int runs, const std::function<double()> &ours,
+                                    const std::function<double()> &reference);
+
 // Prints rows as "what | ours | reference | ratio | goal | verdict" where
 // the ratio is reference time over our time (above 1 means we are faster).
+// Each row with a goal is also printed as one tab-separated line for
+// scripts/bench.sh: "RESULT", case, ours, reference, ratio, goal.
 void printTable(const std::string &title, const std::vector<Row> &rows, const std::string &unit = "s");
 
 // A size from the command line: a number with an optional k, m or g

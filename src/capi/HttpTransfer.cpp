@@ -30,7 +30,10 @@ HttpTransfer *current() { return transfers().get(); }
 // Pumps once, keeping the transfer alive while its reports run.
 void pumpOnce() {
     auto held = transfers().shared();
-    capi::pumpRunLoopOnce();
+    // A finished transfer has nothing more to report: the poll that sees it
+    // finished answers at once instead of waiting out a slice.
+    if (held && !held->inProgress()) capi::pumpRunLoopReady();
+    else capi::pumpRunLoopOnce();
 }
 
 const char *orNull(const std::optional<std::string> &text) { return text ? text->c_str() : "(null)"; }

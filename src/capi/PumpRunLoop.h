@@ -10,4 +10,8 @@ inline constexpr double kRunLoopSliceSeconds = 0.1;
 
 inline void pumpRunLoopOnce() { RunLoop::current()->runOnce(RunLoop::Seconds(kRunLoopSliceSeconds)); }
 
+// Once, without waiting: runs what is ready now. For a poll whose work has
+// already ended, so the caller never sits out an idle slice.
+inline void pumpRunLoopReady() { RunLoop::current()->runOnce(RunLoop::Seconds(0)); }
+
 }  // namespace vork::capi

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

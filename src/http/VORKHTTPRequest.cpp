@@ -1,9 +1,5 @@
 #include "http/VORKHTTPRequest.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -12,6 +8,7 @@
 #include "base/Exception.h"
 #include "base/Format.h"
 #include "http/VORKNetworkingException.h"
+#include "platform/FileAccess.h"
 #include "runloop/RunLoop.h"
 #include "util/Base64.h"
 
@@ -66,8 +63,7 @@ void VORKHTTPRequest::setPostBody(std::string body) {
 }
 
 void VORKHTTPRequest::setPostFilePath(const std::string &path) {
-    struct stat st {};
-    const uint64_t size = ::stat(path.c_str(), &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
+    const uint64_t size = platform::fileAccess().get()->sizeOf(path).value_or(0);
     urlRequest_.bodyStreamPath = path;
     expectedContentLength_ = size;
     urlRequest_.method = "POST";
@@ -173,12 +169,11 @@ void VORKHTTPRequest::initializeOutputFile() {
     if (!fs::exists(path, ec)) {
         const fs::path parent = fs::path(path).parent_path();
         if (!parent.empty() && !fs::exists(parent, ec)) fs::create_directories(parent, ec);
-        int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        if (fd >= 0) ::close(fd);
     }
-    int fd = path.empty() ? -1 : ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (fd < 0) throw Exception("URL Download Error", stringf("Unable to initialize output file %s", path.c_str()));
-    fileHandle_ = std::make_shared<http::OutputFile>(path, fd);
+    int openError = 0;
+    auto file = path.empty() ? nullptr : platform::fileAccess().get()->openForAppending(path, openError);
+    if (!file) throw Exception("URL Download Error", stringf("Unable to initialize output file %s", path.c_str()));
+    fileHandle_ = std::make_shared<http::OutputFile>(path, std::move(file));
 }
 
 void VORKHTTPRequest::writeToOutputFile(std::string_view bytes) {
@@ -330,8 +325,10 @@ void VORKHTTPRequest::recordResult() {
 void VORKHTTPRequest::connectionDidFailWithError(const URLError &error) {
     if (nonEmpty(downloadFilePath_)) {
         // A failed download leaves no empty file behind.
-        struct stat st {};
-        if (::stat(downloadFilePath_->c_str(), &st) == 0 && st.st_size == 0) ::unlink(downloadFilePath_->c_str());
+        if (platform::fileAccess().get()->sizeOf(*downloadFilePath_) == uint64_t{0}) {
+            std::error_code ec;
+            std::filesystem::remove(*downloadFilePath_, ec);
+        }
     }
     recordResult();
     auto info = error.userInfo();

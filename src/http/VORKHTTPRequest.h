@@ -30,7 +30,7 @@
 #include <utility>
 #include <vector>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "http/TlsCredentials.h"
 #include "http/Transport.h"
 #include "http/URLCredential.h"

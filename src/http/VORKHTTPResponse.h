@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 
 namespace vork {
 

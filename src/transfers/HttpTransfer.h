@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "VORKCoreCommC/export.h"
+#include "base/Export.h"
 #include "http/VORKHTTPRequest.h"
 #include "security/VORKSecurity.h"
 

@@ -23,7 +23,13 @@ std::shared_ptr<VCCMessage> ZelCall::submit(const std::shared_ptr<VCCMessage> &r
 }
 
 std::string ZelCall::submitAndSerialize(const std::shared_ptr<VCCMessage> &request) const {
-    return submit(request)->saveToXmlData().value_or(std::string());
+    if (!zelInterface_) throw Exception("ZEL Call Error", "The call has no server interface");
+    // A completed exchange has already written the reply back once; writing
+    // the same message again would give the same bytes.
+    std::optional<std::optional<std::string>> written;
+    std::shared_ptr<VCCMessage> response = zelInterface_->submitRequest(request, nullptr, nullptr, &written);
+    if (written) return written->value_or(std::string());
+    return response->saveToXmlData().value_or(std::string());
 }
 
 // --- keep-alive

@@ -40,6 +40,13 @@ std::shared_ptr<VCCMessage> ZelInterface::submitRequest(const std::shared_ptr<VC
 std::shared_ptr<VCCMessage> ZelInterface::submitRequest(const std::shared_ptr<VCCMessage> &message,
                                                         const MappedClass *resultClass,
                                                         const HeaderValues *customHeaders) const {
+    return submitRequest(message, resultClass, customHeaders, nullptr);
+}
+
+std::shared_ptr<VCCMessage> ZelInterface::submitRequest(const std::shared_ptr<VCCMessage> &message,
+                                                        const MappedClass *resultClass,
+                                                        const HeaderValues *customHeaders,
+                                                        std::optional<std::optional<std::string>> *written) const {
     message->setApplication(application());
     std::shared_ptr<VCCZelRequest> request = buildRequestWithMessage(message);
     request->setTimeout(static_cast<double>(connectionTimeout()));
@@ -57,10 +64,11 @@ std::shared_ptr<VCCMessage> ZelInterface::submitRequest(const std::shared_ptr<VC
         std::shared_ptr<VCCMessage> response = request->submit();
         // Written back once, as the session's diagnostics see it; this also
         // fills a device record the reply left without uuid or addresses.
-        std::optional<std::string> written = response->saveToXmlData();
+        std::optional<std::string> writtenBack = response->saveToXmlData();
         logDebugf("ZelInterface submitRequest answered status=%d length=%zu",
                   response->content() && response->content()->status() ? response->content()->status()->code() : 0,
-                  written ? written->size() : size_t{0});
+                  writtenBack ? writtenBack->size() : size_t{0});
+        if (written) *written = std::move(writtenBack);
         return response;
     } catch (const std::exception &) {
         std::string description = describeException(std::current_exception());

@@ -61,6 +61,13 @@ public:
     std::shared_ptr<VCCMessage> submitRequest(const std::shared_ptr<VCCMessage> &message,
                                               const MappedClass *resultClass,
                                               const HeaderValues *customHeaders) const;
+    /// As submitRequest(message, resultClass, customHeaders), also handing
+    /// back the reply's XML as it was written back after a completed exchange
+    /// (`written` stays empty on the failure path), so a caller that answers
+    /// that XML need not write it again.
+    std::shared_ptr<VCCMessage> submitRequest(const std::shared_ptr<VCCMessage> &message,
+                                              const MappedClass *resultClass, const HeaderValues *customHeaders,
+                                              std::optional<std::optional<std::string>> *written) const;
 
     /// The message a failed exchange answers: one empty content whose status
     /// is 1999 with the failure title and message, and the description as

@@ -1,8 +1,6 @@
 #include "http/curl/CurlCallbacks.h"
 
-#include <unistd.h>
-
-#include <cerrno>
+#include <cstdio>
 #include <string_view>
 
 #include "http/ResponseHeaderLine.h"
@@ -65,13 +63,10 @@ size_t onWrite(char *data, size_t size, size_t count, void *user) {
     }
     if (job->waitingForAck) return CURL_WRITEFUNC_PAUSE;
     if (job->file) {
-        if (!job->file->append(data, length)) {
+        if (job->writeFailed || !job->appendToFile(data, length)) {
             job->writeFailed = true;
             return 0;
         }
-        Event event{Event::Data};
-        event.length = length;
-        job->queue(std::move(event), false);
         return length;
     }
     {
@@ -91,18 +86,24 @@ size_t onWrite(char *data, size_t size, size_t count, void *user) {
 
 size_t onRead(char *buffer, size_t size, size_t count, void *user) {
     auto *job = static_cast<Job *>(user);
-    for (;;) {
-        ssize_t n = ::read(job->bodyFd, buffer, size * count);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return CURL_READFUNC_ABORT;
-        job->touch();
-        return static_cast<size_t>(n);
-    }
+    int error = 0;
+    const long n = job->body->readAt(buffer, size * count, job->bodyOffset, error);
+    if (n < 0) return CURL_READFUNC_ABORT;
+    job->bodyOffset += static_cast<uint64_t>(n);
+    job->touch();
+    return static_cast<size_t>(n);
 }
 
 int onSeek(void *user, curl_off_t offset, int origin) {
     auto *job = static_cast<Job *>(user);
-    return ::lseek(job->bodyFd, offset, origin) < 0 ? CURL_SEEKFUNC_FAIL : CURL_SEEKFUNC_OK;
+    // Like lseek: from the start, the current offset or the end.
+    curl_off_t base = 0;
+    if (origin == SEEK_CUR) base = static_cast<curl_off_t>(job->bodyOffset);
+    else if (origin == SEEK_END) base = static_cast<curl_off_t>(job->bodySize);
+    else if (origin != SEEK_SET) return CURL_SEEKFUNC_FAIL;
+    if (base + offset < 0) return CURL_SEEKFUNC_FAIL;
+    job->bodyOffset = static_cast<uint64_t>(base + offset);
+    return CURL_SEEKFUNC_OK;
 }
 
 size_t onHeader(char *data, size_t size, size_t count, void *user) {

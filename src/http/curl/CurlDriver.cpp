@@ -61,6 +61,11 @@ void Driver::finish(CURL *easy, CURLcode result) {
             job->queue(responseEvent(*job), true);
         }
     }
+    // The whole body is on disk before the end is reported.
+    if (!job->flushFile() && result == CURLE_OK) {
+        job->writeFailed = true;
+        result = CURLE_WRITE_ERROR;
+    }
     Event event{result == CURLE_OK ? Event::Finished : Event::Failed};
     if (result != CURLE_OK) {
         long code = job->writeFailed ? kURLErrorCannotWriteToFile : urlErrorCodeForCurl(result);
@@ -75,6 +80,7 @@ void Driver::checkIdle() {
     const auto now = Clock::now();
     std::vector<std::shared_ptr<Job>> expired;
     for (auto &[easy, job] : active_) {
+        if (!job->flushFileIfDue(now)) job->writeFailed = true;
         job->flushIfDue(now);
         const double timeout = job->request.timeout;
         if (!(timeout > 0) || job->waitingForAck) continue;
@@ -85,6 +91,7 @@ void Driver::checkIdle() {
         if (std::chrono::duration<double>(now - job->lastActivity).count() >= timeout) expired.push_back(job);
     }
     for (auto &job : expired) {
+        job->flushFile();
         end(job);
         job->resetAttempt();
         Event event{Event::Failed};
@@ -111,6 +118,7 @@ void Driver::apply(Command &command) {
         }
         break;
     case Kind::Ack:
+        job->flushFile();
         job->file = command.file;
         job->waitingForAck = false;
         if (active) {

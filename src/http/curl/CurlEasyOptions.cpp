@@ -1,10 +1,6 @@
 #include "http/curl/CurlEasyOptions.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 
 #include "http/curl/CurlCallbacks.h"
@@ -43,11 +39,13 @@ int setBody(Job &job) {
         curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(r.body->size()));
         curl_easy_setopt(easy, CURLOPT_POSTFIELDS, r.body->data());
     } else if (r.bodyFilePath) {
-        job.bodyFd = ::open(r.bodyFilePath->c_str(), O_RDONLY | O_CLOEXEC);
-        if (job.bodyFd < 0) return errno;
+        int openError = 0;
+        job.body = platform::fileAccess().get()->openForReading(*r.bodyFilePath, openError);
+        if (!job.body) return openError;
+        const auto actual = job.body->size();
+        job.bodySize = actual.value_or(0);
         curl_off_t size = announced;
-        struct stat st {};
-        if (size < 0 && ::fstat(job.bodyFd, &st) == 0) size = st.st_size;
+        if (size < 0 && actual) size = static_cast<curl_off_t>(*actual);
         if (!post) curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, r.method.c_str());
         curl_easy_setopt(easy, CURLOPT_POST, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, onRead);

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "http/Transport.h"
+#include "platform/FileAccess.h"
 
 namespace vork {
 class RunLoop;
@@ -57,11 +58,15 @@ struct Job : std::enable_shared_from_this<Job> {
     CURL *easy = nullptr;
     curl_slist *headerList = nullptr;
     curl_slist *retiredHeaderList = nullptr;
-    int bodyFd = -1;
+    std::unique_ptr<platform::OpenFile> body;  // a body streamed from a file
+    uint64_t bodyOffset = 0;                   // where its next read starts
+    uint64_t bodySize = 0;
     bool responseQueued = false;
     bool waitingForAck = false;
     bool writeFailed = false;
     std::shared_ptr<OutputFile> file;
+    std::string unwritten;  // body bytes gathered for the next write to `file`
+    Clock::time_point firstUnwritten;
     Clock::time_point lastActivity;
     curl_off_t lastDownloaded = 0, lastUploaded = 0;
     bool sawSentEvent = false;
@@ -83,8 +88,17 @@ struct Job : std::enable_shared_from_this<Job> {
     ~Job();
 
     void touch() { lastActivity = Clock::now(); }
-    // Engine thread: frees what the last attempt held and clears its state.
+    // Engine thread: frees what the last attempt held and clears its state
+    // (body bytes not yet written go to the file first).
     void resetAttempt();
+    // Engine thread: a body chunk for the output file. Chunks are gathered
+    // and written in large writes; each write is reported as one Data
+    // event. False when a write failed.
+    bool appendToFile(const char *data, size_t length);
+    // Writes the gathered bytes now (always, or only when the oldest has
+    // waited a progress interval); false when the write failed.
+    bool flushFile();
+    bool flushFileIfDue(Clock::time_point now);
 
     // Engine thread: queues an event; reports that end or start something
     // wake the starting thread at once, progress waits a little.
