@@ -28,9 +28,7 @@ TEST(VorkcommOperatorCommands, ReportDisksSystemAndKeychainsForPeopleAndScripts)
     StandInTool diskutil(sandbox, "/usr/sbin/diskutil"), hdiutil(sandbox, "/usr/bin/hdiutil");
     StandInTool(sandbox, "/usr/bin/sw_vers").answer({}, "ProductName:\tmacOS\nProductVersion:\t13.4.1\nBuildVersion:\t22F82\n");
     const std::vector<std::string> list = {"list", "-plist"};
-    const std::string after = listing({{"disk0|GUID_partition_scheme|500277790720", "disk0s1|EFI|209715200|EFI",
-                                        "disk0s2|Apple_HFS|349418000000|Macintosh HD|/", "disk0s3|Apple_HFS|100000000000|Work|/Volumes/Work",
-                                        "disk0s4|Microsoft Basic Data|50000000000|DATA|/Volumes/DATA"}});
+    const std::string after = fixture("list-single-disk-after.plist");
     for (int run = 0; run < 2; ++run) diskutil.answer(list, fixture("list-single-disk.plist")).answer(list, after);
     diskutil.answer({"partitionDisk", "disk0", "3", "jhfs+", "Macintosh HD", "349418M", "jhfs+", "Work", "100000M", "MS-DOS",
                      "DATA", "50000M"}, "Finished partitioning on disk0\n", 2);
