@@ -65,12 +65,7 @@ TEST(Vorkcomm, AnswersEachCommandLineAsAUserExpects) {
         {"{url}", server.url()}, {"{dead}", std::to_string(freeLoopbackPort())}, {"{dir}", dir.str()}, {"{pw}", pw},
         {"{file}", file}};
     for (const Case &c : cases) {
-        std::vector<std::string> arguments;
-        for (std::string a : c.arguments) {
-            for (const auto &[key, value] : values)
-                if (auto at = a.find(key); at != std::string::npos) a.replace(at, key.size(), value);
-            arguments.push_back(a);
-        }
+        const std::vector<std::string> arguments = withPlaceholders(c.arguments, values);
         const ToolResult r = runTool(VORKCOMM_PATH, arguments, c.terminal);
         SCOPED_TRACE(std::string(c.name) + "\nstdout: " + r.out + "\nstderr: " + r.err);
         EXPECT_EQ(r.exitCode, c.exitCode);

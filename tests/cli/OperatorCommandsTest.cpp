@@ -71,12 +71,7 @@ TEST(VorkcommOperatorCommands, ReportDisksSystemAndKeychainsForPeopleAndScripts)
     };
     const std::map<std::string, std::string> values = {{"{dir}", dir.str()}, {"{cert}", cert}};
     for (const Case &c : cases) {
-        std::vector<std::string> arguments;
-        for (std::string a : c.arguments) {
-            for (const auto &[key, value] : values)
-                if (auto at = a.find(key); at != std::string::npos) a.replace(at, key.size(), value);
-            arguments.push_back(a);
-        }
+        const std::vector<std::string> arguments = withPlaceholders(c.arguments, values);
         const ToolResult r = runTool(VORKCOMM_PATH, arguments, false, c.input ? dir.str() + "/" + c.input : "/dev/null");
         SCOPED_TRACE(c.arguments[0] + " " + (c.arguments.size() > 1 ? c.arguments[1] : "") + "\nstdout: " + r.out +
                      "\nstderr: " + r.err);

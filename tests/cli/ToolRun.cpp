@@ -59,4 +59,15 @@ ToolResult runTool(const std::string &program, const std::vector<std::string> &a
     return result;
 }
 
+std::vector<std::string> withPlaceholders(const std::vector<std::string> &arguments,
+                                          const std::map<std::string, std::string> &values) {
+    std::vector<std::string> result;
+    for (std::string argument : arguments) {
+        for (const auto &[key, value] : values)
+            if (auto at = argument.find(key); at != std::string::npos) argument.replace(at, key.size(), value);
+        result.push_back(std::move(argument));
+    }
+    return result;
+}
+
 }  // namespace vork::test
