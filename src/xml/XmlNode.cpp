@@ -13,6 +13,8 @@
 #include <mutex>
 #include <utility>
 
+#include "xml/CompactWriter.h"
+
 namespace vork::xml {
 
 namespace detail {
@@ -476,7 +478,11 @@ std::string XmlDocument::characterEncoding() const { return doc_ ? fromXml(doc_-
 
 bool XmlDocument::standalone() const { return doc_ && doc_->standalone == 1; }
 
-std::string XmlDocument::xmlData() const { return doc_ ? save(reinterpret_cast<xmlNodePtr>(doc_), false, true) : std::string(); }
+std::string XmlDocument::xmlData() const {
+    if (!doc_) return {};
+    if (auto written = detail::writeCompactDocument(doc_)) return std::move(*written);
+    return save(reinterpret_cast<xmlNodePtr>(doc_), false, true);
+}
 
 std::string XmlDocument::prettyXml() const {
     return doc_ ? save(reinterpret_cast<xmlNodePtr>(doc_), true, true) : std::string();
