@@ -107,8 +107,11 @@ int configureEasyHandle(Job &job) {
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &job);
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 16L);
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBufferSize);
-    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
+    // Large buffers pay off for files only: libcurl allocates the receive
+    // buffer with each handle, and for a server call's few hundred bytes
+    // half a megabyte would cost more than the exchange.
+    if (job.request.outputFile) curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBufferSize);
+    if (job.request.bodyFilePath) curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferSize);
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
     if (job.request.timeout > 0)
         curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
