@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "xml/CompactWriter.h"
+#include "xml/ContextLeases.h"
 
 namespace vork::xml {
 
@@ -40,7 +41,9 @@ struct Tree {
 
 namespace {
 
+using detail::ParserLease;
 using detail::Tree;
+using detail::XPathLease;
 
 void initLibxml() {
     static std::once_flag once;
@@ -71,81 +74,6 @@ XmlError copyError(const xmlError *error, const char *fallback) {
     if (out.message.empty()) out.message = fallback;
     return out;
 }
-
-// XPath errors are recorded in the context; nothing goes to stderr.
-void ignoreStructuredError(void *, xmlErrorPtr) {}
-
-// Creating an XPath context registers every XPath function into a fresh
-// hash table, which costs more than the short evaluations done here; each
-// thread keeps one spare context instead. A lease takes the spare (or a new
-// context when it is already out, e.g. a nested evaluation), points it at
-// one node and on release wipes everything an evaluation may leave behind,
-// so no context keeps a pointer into a document after the evaluation.
-class XPathLease {
-  public:
-    explicit XPathLease(xmlNodePtr node) {
-        Spare &spare = threadSpare();
-        context_ = spare.context ? std::exchange(spare.context, nullptr) : xmlXPathNewContext(nullptr);
-        if (!context_) return;
-        clear(context_);
-        context_->doc = node->doc;
-        context_->node = node;
-        context_->error = &ignoreStructuredError;
-    }
-    ~XPathLease() {
-        if (!context_) return;
-        clear(context_);
-        Spare &spare = threadSpare();
-        if (!spare.context && !spare.gone) spare.context = context_;
-        else xmlXPathFreeContext(context_);
-    }
-    XPathLease(const XPathLease &) = delete;
-    XPathLease &operator=(const XPathLease &) = delete;
-
-    xmlXPathContextPtr get() const { return context_; }
-
-  private:
-    struct Spare {
-        xmlXPathContextPtr context = nullptr;
-        bool gone = false;
-        ~Spare() {
-            gone = true;
-            if (context) xmlXPathFreeContext(context);
-            context = nullptr;
-        }
-    };
-    static Spare &threadSpare() {
-        thread_local Spare spare;
-        return spare;
-    }
-    // Back to the state of a new context: no document or node, no
-    // registered namespaces or variables, no error, no walk in progress.
-    static void clear(xmlXPathContextPtr context) {
-        context->doc = nullptr;
-        context->node = nullptr;
-        context->here = nullptr;
-        context->origin = nullptr;
-        context->debugNode = nullptr;
-        context->namespaces = nullptr;
-        context->nsNr = 0;
-        if (context->nsHash) xmlXPathRegisteredNsCleanup(context);
-        if (context->varHash) xmlXPathRegisteredVariablesCleanup(context);
-        if (context->tmpNsList) xmlFree(context->tmpNsList);
-        context->tmpNsList = nullptr;
-        context->tmpNsNr = 0;
-        context->contextSize = -1;
-        context->proximityPosition = -1;
-        context->function = nullptr;
-        context->functionURI = nullptr;
-        context->userData = nullptr;
-        context->error = nullptr;
-        context->opCount = 0;
-        context->depth = 0;
-        xmlResetError(&context->lastError);
-    }
-
-    xmlXPathContextPtr context_ = nullptr;
-};
 
 bool isElementLike(const xmlNode *node) {
     return node && (node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE ||
@@ -414,7 +342,8 @@ XmlDocument XmlDocument::parse(std::string_view bytes, std::optional<XmlError> *
         if (error) *error = copyError(nullptr, "Document too large");
         return out;
     }
-    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+    ParserLease lease;
+    xmlParserCtxtPtr ctxt = lease.get();
     if (!ctxt) {
         if (error) *error = copyError(nullptr, "Out of memory");
         return out;
@@ -427,12 +356,12 @@ XmlDocument XmlDocument::parse(std::string_view bytes, std::optional<XmlError> *
     xmlDocPtr doc = xmlCtxtReadMemory(ctxt, data, static_cast<int>(bytes.size()), nullptr, nullptr, options);
     if (!doc) {
         if (error) *error = copyError(xmlCtxtGetLastError(ctxt), "Document could not be parsed");
+        lease.discard();
     } else {
         out.tree_ = std::make_shared<Tree>();
         out.tree_->doc = doc;
         out.doc_ = doc;
     }
-    xmlFreeParserCtxt(ctxt);
     return out;
 }
 
