@@ -12,6 +12,35 @@ namespace vork::xml::detail {
 // XPath errors are recorded in the context; nothing goes to stderr.
 inline void ignoreStructuredError(void *, xmlErrorPtr) {}
 
+// One spare object per thread: taken by a lease, given back when it ends,
+// freed with the thread (an object given back while the thread is ending is
+// freed at once).
+template <class T, void (*Free)(T *)>
+class ThreadSpare {
+  public:
+    static T *take() { return std::exchange(slot().object, nullptr); }
+    static void giveBack(T *object) {
+        Slot &spare = slot();
+        if (!spare.object && !spare.gone) spare.object = object;
+        else Free(object);
+    }
+
+  private:
+    struct Slot {
+        T *object = nullptr;
+        bool gone = false;
+        ~Slot() {
+            gone = true;
+            if (object) Free(object);
+            object = nullptr;
+        }
+    };
+    static Slot &slot() {
+        thread_local Slot spare;
+        return spare;
+    }
+};
+
 // Creating an XPath context registers every XPath function into a fresh
 // hash table, which costs more than the short evaluations done here; each
 // thread keeps one spare context instead. A lease takes the spare (or a new
@@ -21,8 +50,8 @@ inline void ignoreStructuredError(void *, xmlErrorPtr) {}
 class XPathLease {
   public:
     explicit XPathLease(xmlNodePtr node) {
-        Spare &spare = threadSpare();
-        context_ = spare.context ? std::exchange(spare.context, nullptr) : xmlXPathNewContext(nullptr);
+        context_ = Spare::take();
+        if (!context_) context_ = xmlXPathNewContext(nullptr);
         if (!context_) return;
         clear(context_);
         context_->doc = node->doc;
@@ -32,9 +61,7 @@ class XPathLease {
     ~XPathLease() {
         if (!context_) return;
         clear(context_);
-        Spare &spare = threadSpare();
-        if (!spare.context && !spare.gone) spare.context = context_;
-        else xmlXPathFreeContext(context_);
+        Spare::giveBack(context_);
     }
     XPathLease(const XPathLease &) = delete;
     XPathLease &operator=(const XPathLease &) = delete;
@@ -42,19 +69,7 @@ class XPathLease {
     xmlXPathContextPtr get() const { return context_; }
 
   private:
-    struct Spare {
-        xmlXPathContextPtr context = nullptr;
-        bool gone = false;
-        ~Spare() {
-            gone = true;
-            if (context) xmlXPathFreeContext(context);
-            context = nullptr;
-        }
-    };
-    static Spare &threadSpare() {
-        thread_local Spare spare;
-        return spare;
-    }
+    using Spare = ThreadSpare<xmlXPathContext, xmlXPathFreeContext>;
     // Back to the state of a new context: no document or node, no
     // registered namespaces or variables, no error, no walk in progress.
     static void clear(xmlXPathContextPtr context) {
@@ -92,16 +107,13 @@ class XPathLease {
 class ParserLease {
   public:
     ParserLease() {
-        Spare &spare = threadSpare();
-        context_ = spare.context ? std::exchange(spare.context, nullptr) : xmlNewParserCtxt();
-        if (context_ && ++spare.uses % kRenewal == 0) discard();
+        thread_local unsigned uses = 0;
+        context_ = Spare::take();
+        if (context_ && ++uses % kRenewal == 0) discard();
         if (!context_) context_ = xmlNewParserCtxt();
     }
     ~ParserLease() {
-        if (!context_) return;
-        Spare &spare = threadSpare();
-        if (!spare.context && !spare.gone) spare.context = context_;
-        else xmlFreeParserCtxt(context_);
+        if (context_) Spare::giveBack(context_);
     }
     ParserLease(const ParserLease &) = delete;
     ParserLease &operator=(const ParserLease &) = delete;
@@ -114,20 +126,7 @@ class ParserLease {
 
   private:
     static constexpr unsigned kRenewal = 256;
-    struct Spare {
-        xmlParserCtxtPtr context = nullptr;
-        unsigned uses = 0;
-        bool gone = false;
-        ~Spare() {
-            gone = true;
-            if (context) xmlFreeParserCtxt(context);
-            context = nullptr;
-        }
-    };
-    static Spare &threadSpare() {
-        thread_local Spare spare;
-        return spare;
-    }
+    using Spare = ThreadSpare<xmlParserCtxt, xmlFreeParserCtxt>;
     xmlParserCtxtPtr context_ = nullptr;
 };
 
