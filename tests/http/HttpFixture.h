@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <random>
 #include <string>
 
@@ -65,20 +64,18 @@ public:
         static SharedNginx instance;
         return instance;
     }
-    Nginx &nginx() { return *nginx_; }
+    Nginx &nginx() { return nginx_; }
     // Puts a file at www/<name> (once) and answers its content.
-    const std::string &file(const std::string &name, size_t size, unsigned seed = 7) {
-        auto it = files_.find(name);
-        if (it != files_.end()) return it->second;
-        std::string bytes = patternBytes(size, seed);
-        dir_.write("nginx/www/" + name, bytes);
-        return files_.emplace(name, std::move(bytes)).first->second;
+    const std::string &file(const std::string &name, size_t size) {
+        auto [it, added] = files_.try_emplace(name);
+        if (added) dir_.write("nginx/www/" + name, it->second = patternBytes(size));
+        return it->second;
     }
 
 private:
-    SharedNginx() : nginx_(std::make_unique<Nginx>((dir_.path() / "nginx").string())) {}
+    SharedNginx() = default;
     TempDir dir_;
-    std::unique_ptr<Nginx> nginx_;
+    Nginx nginx_{(dir_.path() / "nginx").string()};
     std::map<std::string, std::string> files_;
 };
 

@@ -74,6 +74,18 @@ TEST(RequestAuthentication, NoIdentityIsAskedWithoutServerAddress) {
     EXPECT_EQ(asker.asked, 1);
 }
 
+TEST(RequestAuthentication, ChallengeNotFailedBeforeIsAnsweredOnceWithTheCredentials) {
+    VORKHTTPRequest request;
+    request.setUsername("agent");
+    request.setPassword("secret");
+    ChallengeSender sender;
+    request.connectionDidReceiveAuthenticationChallenge(AuthenticationChallenge{AuthenticationMethod::HTTPDigest}, sender);
+    ASSERT_EQ(sender.answers().size(), 1u);
+    EXPECT_EQ(sender.answers()[0].kind, ChallengeSender::Kind::UseCredential);
+    EXPECT_EQ(sender.answers()[0].credential->user, "agent");
+    EXPECT_EQ(sender.answers()[0].credential->password, "secret");
+}
+
 struct Progress : VORKHTTPRequestDelegate {
     double last = -1;
     void notifyProgress(VORKHTTPRequest &, double percent) override { last = percent; }
