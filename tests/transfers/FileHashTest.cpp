@@ -35,13 +35,6 @@ constexpr const char *kAbcSHA512 =
     "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9a"
     "c94fa54ca49f";
 
-bool waitForBackground() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!fileHashIsComplete())
-        if (std::chrono::steady_clock::now() > deadline) return false;
-    return true;
-}
-
 class FileHashC : public ::testing::Test {
 protected:
     void TearDown() override { fileHashRelease(); }
@@ -128,7 +121,7 @@ TEST_F(FileHashC, BackgroundStartsReuseOneHasherAndEachClearsThePreviousResult) 
         SCOPED_TRACE(path ? path : "(null)");
         start(path);
         EXPECT_EQ(g_FileHashInBackground, hasher);
-        ASSERT_TRUE(waitForBackground());
+        ASSERT_TRUE(vork::test::pumpUntil([] { return fileHashIsComplete(); }, 60));
         if (expected) { EXPECT_STREQ(fileHashResult(), expected); }
         else { EXPECT_EQ(fileHashResult(), nullptr); }
     }
@@ -144,7 +137,7 @@ TEST_F(FileHashC, OverlappingStartsLeaveOneOfTheirResultsAndReleaseWhileComputin
     auto file = dir.write("data", patternBytes(16 << 20));
     const std::string md5 = fileHashMD5(file.c_str()), sha = fileHashSHA512(file.c_str());
     for (int i = 0; i < 8; ++i) (i % 2 ? fileHashMD5Start : fileHashSHA512Start)(file.c_str());
-    ASSERT_TRUE(waitForBackground());
+    ASSERT_TRUE(vork::test::pumpUntil([] { return fileHashIsComplete(); }, 60));
     const char *result = fileHashResult();
     ASSERT_NE(result, nullptr);
     EXPECT_TRUE(result == md5 || result == sha) << result;
