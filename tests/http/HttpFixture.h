@@ -1,9 +1,8 @@
 #pragma once
 // Shared pieces of the HTTP and transfer tests: one nginx for the whole
-// program, file contents, digests, and pumping the calling thread's run
+// program, file contents, and pumping the calling thread's run
 // loop until a condition holds.
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
 #include <chrono>
 #include <filesystem>
@@ -40,20 +39,6 @@ inline std::string patternBytes(size_t size, unsigned seed = 7) {
     std::mt19937 rng(seed);
     for (auto &c : bytes) c = static_cast<char>(rng());
     return bytes;
-}
-
-// The lower-case hex digest of bytes held in memory, in one call: an
-// independent reference for what the library computes in pieces.
-inline std::string hexDigest(const std::string &bytes, const EVP_MD *md) {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    EVP_Digest(bytes.data(), bytes.size(), digest, &length, md, nullptr);
-    std::string hex;
-    for (unsigned i = 0; i < length; ++i) {
-        hex += "0123456789abcdef"[digest[i] >> 4];
-        hex += "0123456789abcdef"[digest[i] & 15];
-    }
-    return hex;
 }
 
 // One nginx for every test of the program, serving files the tests put in

@@ -79,7 +79,8 @@ TEST(RequestAuthentication, ChallengeNotFailedBeforeIsAnsweredOnceWithTheCredent
     request.setUsername("agent");
     request.setPassword("secret");
     ChallengeSender sender;
-    request.connectionDidReceiveAuthenticationChallenge(AuthenticationChallenge{AuthenticationMethod::HTTPDigest}, sender);
+    const auto proposed = URLCredential::withUser("agent", "secret");
+    request.connectionDidReceiveAuthenticationChallenge({AuthenticationMethod::HTTPDigest, 0, proposed}, sender);
     ASSERT_EQ(sender.answers().size(), 1u);
     EXPECT_EQ(sender.answers()[0].kind, ChallengeSender::Kind::UseCredential);
     EXPECT_EQ(sender.answers()[0].credential->user, "agent");
