@@ -126,7 +126,6 @@ TEST(UrlErrors, DescriptionsAreThePlatformTexts) {
     EXPECT_EQ(notFound.localizedDescription(), "A server with the specified hostname could not be found.");
     EXPECT_EQ(notFound.domain(), "NSURLErrorDomain");
     EXPECT_EQ(notFound.userInfo().at(kFailingURLStringKey), "u");
-    EXPECT_EQ(URLError("", 500).localizedDescription(), "The operation couldn\u2019t be completed. ( error 500.)");
 }
 
 }  // namespace

@@ -301,17 +301,14 @@ TEST_F(FileCopyC, TinyAndReadOnlyDestinations) {
     ::umount2(frozen.c_str(), MNT_DETACH);
 }
 
-class FreeSpaceDouble : public vork::platform::FileSystemSpace {
-public:
-    explicit FreeSpaceDouble(Attributes answer) : answer_(std::move(answer)) {}
+struct FreeSpaceDouble : vork::platform::FileSystemSpace {
+    explicit FreeSpaceDouble(Attributes answer) : answer(std::move(answer)) {}
     Attributes attributesOfFileSystem(const std::string &path) override {
         askedFor = path;
-        return answer_;
+        return answer;
     }
+    Attributes answer;
     std::string askedFor;
-
-private:
-    Attributes answer_;
 };
 
 TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
