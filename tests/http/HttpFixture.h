@@ -1,15 +1,13 @@
 #pragma once
 // Shared pieces of the HTTP and transfer tests: one nginx for the whole
-// program, file contents, digests, and pumping the calling thread's run
+// program, file contents, and pumping the calling thread's run
 // loop until a condition holds.
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
 #include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <random>
 #include <string>
 
@@ -43,20 +41,6 @@ inline std::string patternBytes(size_t size, unsigned seed = 7) {
     return bytes;
 }
 
-// The lower-case hex digest of bytes held in memory, in one call: an
-// independent reference for what the library computes in pieces.
-inline std::string hexDigest(const std::string &bytes, const EVP_MD *md) {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    EVP_Digest(bytes.data(), bytes.size(), digest, &length, md, nullptr);
-    std::string hex;
-    for (unsigned i = 0; i < length; ++i) {
-        hex += "0123456789abcdef"[digest[i] >> 4];
-        hex += "0123456789abcdef"[digest[i] & 15];
-    }
-    return hex;
-}
-
 // One nginx for every test of the program, serving files the tests put in
 // its www folder.
 class SharedNginx {
@@ -65,20 +49,18 @@ public:
         static SharedNginx instance;
         return instance;
     }
-    Nginx &nginx() { return *nginx_; }
+    Nginx &nginx() { return nginx_; }
     // Puts a file at www/<name> (once) and answers its content.
-    const std::string &file(const std::string &name, size_t size, unsigned seed = 7) {
-        auto it = files_.find(name);
-        if (it != files_.end()) return it->second;
-        std::string bytes = patternBytes(size, seed);
-        dir_.write("nginx/www/" + name, bytes);
-        return files_.emplace(name, std::move(bytes)).first->second;
+    const std::string &file(const std::string &name, size_t size) {
+        auto [it, added] = files_.try_emplace(name);
+        if (added) dir_.write("nginx/www/" + name, it->second = patternBytes(size));
+        return it->second;
     }
 
 private:
-    SharedNginx() : nginx_(std::make_unique<Nginx>((dir_.path() / "nginx").string())) {}
+    SharedNginx() = default;
     TempDir dir_;
-    std::unique_ptr<Nginx> nginx_;
+    Nginx nginx_{(dir_.path() / "nginx").string()};
     std::map<std::string, std::string> files_;
 };
 

@@ -3,7 +3,6 @@
 // will not do on demand; the fake transport where a server adds nothing.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <thread>
 
 #include "HttpFixture.h"
@@ -22,7 +21,6 @@ using test::FaultReply;
 using test::FaultRequest;
 using test::FaultServer;
 using test::pumpUntil;
-using test::readFile;
 using test::SharedNginx;
 
 struct Recorder : VORKHTTPRequestDelegate {
@@ -51,25 +49,8 @@ protected:
     test::TempDir dir;
 };
 
-TEST_F(HttpRequestTest, SynchronousGetKeepsTheBodyInMemoryOrWritesTheFileAndItsFolders) {
-    const std::string &content = file("small.bin", 100000);
-    const auto path = dir / "a/b/out.bin";
-    for (bool toFile : {false, true}) {
-        VORKHTTPRequest request(nginx().httpUrl("/small.bin"));
-        if (toFile) request.setDownloadFilePath(path.string());
-        auto response = request.submitRequest();
-        EXPECT_EQ(response->responseCode(), 200);
-        EXPECT_EQ(response->responseText(), toFile ? "" : content);
-        EXPECT_EQ(response->bytesDownloaded(), content.size());
-        EXPECT_TRUE(request.isCompleted() && !request.errored());
-        EXPECT_EQ(request.expectedContentLength(), content.size());
-    }
-    EXPECT_EQ(readFile(path), content);
-}
-
 TEST_F(HttpRequestTest, SynchronousFailuresRaiseNetworkingErrorsWithThePlatformTexts) {
     file("small.bin", 100000);
-    SharedNginx::get().file("private/secret.txt", 1000);
     FaultServer faults([&](const FaultRequest &r) {
         FaultReply reply{200, "", {}, std::string(400000, 'b')};
         if (r.target == "/slow") reply.delaySeconds = 10;
@@ -77,24 +58,22 @@ TEST_F(HttpRequestTest, SynchronousFailuresRaiseNetworkingErrorsWithThePlatformT
         return reply;
     });
     const std::string failed = "Connection failure: \"The operation couldn\u2019t be completed. ( error ";
-    const std::string secret = nginx().httpUrl("/private/secret.txt");
     struct Row {
-        std::string url, password;  // a password is sent with the options' user
+        std::string url;
         double timeout;
         std::string reason, domain;
         long code;
         int status;
     };
     const std::vector<Row> rows = {
-        {nginx().httpUrl("/missing.bin"), "", 60, failed + "404.)\"", "", 404, 404},
-        {secret, "nope", 60, failed + "401.)\"", "", 401, 401},
-        {"http://127.0.0.1:" + std::to_string(test::freeLoopbackPort()) + "/x", "", 60,
+        {nginx().httpUrl("/missing.bin"), 60, failed + "404.)\"", "", 404, 404},
+        {"http://127.0.0.1:" + std::to_string(test::freeLoopbackPort()) + "/x", 60,
          "Connection failure: \"Could not connect to the server.\"", "NSURLErrorDomain", -1004, 0},
         // The idle time-out ends a silent exchange.
-        {faults.url("/slow"), "", 0.5, "Connection failure: \"The request timed out.\"", "NSURLErrorDomain", -1001, 0},
-        {faults.url("/cut"), "", 60, "Connection failure: \"The network connection was lost.\"", "NSURLErrorDomain",
+        {faults.url("/slow"), 0.5, "Connection failure: \"The request timed out.\"", "NSURLErrorDomain", -1001, 0},
+        {faults.url("/cut"), 60, "Connection failure: \"The network connection was lost.\"", "NSURLErrorDomain",
          -1005, 200},
-        {nginx().httpsUrl("/small.bin"), "", 60,
+        {nginx().httpsUrl("/small.bin"), 60,
          "Connection failure: \"The certificate for this server is invalid. You might be connecting to a server that "
          "is pretending to be \u201c127.0.0.1\u201d which could put your confidential information at risk.\"",
          "NSURLErrorDomain", -1202, 403},
@@ -103,10 +82,6 @@ TEST_F(HttpRequestTest, SynchronousFailuresRaiseNetworkingErrorsWithThePlatformT
         SCOPED_TRACE(row.url);
         VORKHTTPRequest request(row.url);
         request.setTimeout(row.timeout);
-        if (!row.password.empty()) {
-            request.setUsername(nginx().options().user);
-            request.setPassword(row.password);
-        }
         try {
             request.submitRequest();
             ADD_FAILURE() << "no exception";
@@ -166,57 +141,6 @@ TEST_F(HttpRequestTest, ReportsArriveOnlyOnTheSubmittingThreadWhileItPumpsHoweve
     EXPECT_TRUE(rare.httpResponse()->responseText() == large);
 }
 
-TEST_F(HttpRequestTest, ResumeAppendsThePartialContentToTheExistingFile) {
-    const std::string &content = file("medium.bin", 3 << 20);
-    const size_t offset = 1000000;
-    const auto path = dir.write("resume.bin", content.substr(0, offset));
-    Recorder recorder;
-    VORKHTTPRequest request(nginx().httpUrl("/medium.bin"));
-    recorder.watch(request);
-    request.setDownloadFilePath(path.string());
-    request.setResumeFromLocation(offset);
-    request.asyncSubmitRequest();
-    ASSERT_TRUE(pumpUntil([&] { return request.isCompleted(); }));
-    EXPECT_EQ(request.httpResponse()->responseCode(), 206);
-    EXPECT_EQ(request.headerValues().at("Range"), "bytes=1000000-");
-    EXPECT_EQ(request.expectedContentLength(), content.size());
-    EXPECT_EQ(request.currentDownloadedBytes(), content.size());
-    ASSERT_FALSE(recorder.progress.empty());
-    EXPECT_GT(recorder.progress.front(), 100.0 * offset / content.size());
-    EXPECT_TRUE(readFile(path) == content);
-}
-
-TEST_F(HttpRequestTest, RangeBeyondTheEndRaises416OrWithADownloadPathStartsAgainFromZero) {
-    const std::string &content = file("small.bin", 100000);
-    VORKHTTPRequest inMemory(nginx().httpUrl("/small.bin"));
-    inMemory.setResumeFromLocation(200000);
-    EXPECT_THROW(inMemory.submitRequest(), VORKNetworkingExceptionRangeNotSatisfiable);
-    EXPECT_EQ(inMemory.httpResponse()->responseCode(), 416);
-
-    const auto path = dir.write("416.bin", std::string(200000, 'x'));
-    VORKHTTPRequest request(nginx().httpUrl("/small.bin"));
-    request.setDownloadFilePath(path.string());
-    request.setResumeFromLocation(200000);
-    EXPECT_EQ(request.submitRequest()->responseCode(), 200);
-    EXPECT_EQ(request.resumeFromLocation(), 0);
-    EXPECT_EQ(request.headerValues().count("Range"), 0u);
-    EXPECT_TRUE(readFile(path) == content);
-}
-
-TEST_F(HttpRequestTest, FailedDownloadLeavesNoEmptyFile) {
-    FaultServer server([&](const FaultRequest &) {
-        FaultReply reply{200, "", {}, std::string(1000, 'a')};
-        reply.cutAfterBodyBytes = 0;
-        return reply;
-    });
-    for (const std::string &url : {server.url("/file"), nginx().httpUrl("/missing.bin")}) {
-        VORKHTTPRequest request(url);
-        request.setDownloadFilePath((dir / "empty.bin").string());
-        EXPECT_THROW(request.submitRequest(), VORKNetworkingException) << url;
-        EXPECT_FALSE(std::filesystem::exists(dir / "empty.bin")) << url;
-    }
-}
-
 TEST_F(HttpRequestTest, TimeOutDoesNotCutABodyThatKeepsFlowing) {
     const std::string body = test::patternBytes(100000, 9);
     FaultServer server([&](const FaultRequest &) {
@@ -246,12 +170,6 @@ TEST_F(HttpRequestTest, CertificateSwitchIsProcessWideAndTheLastRequestDecides) 
 }
 
 TEST_F(HttpRequestTest, CredentialsAreSentUpFrontAsBasicAndDigestIsAnsweredWhenAsked) {
-    SharedNginx::get().file("private/secret.txt", 1000);
-    VORKHTTPRequest good(nginx().httpUrl("/private/secret.txt"));
-    good.setUsername(nginx().options().user);
-    good.setPassword(nginx().options().password);
-    EXPECT_EQ(good.submitRequest()->responseCode(), 200);
-
     // Up front on every request, over one reused connection; a digest
     // challenge is answered with the same credentials and the body again.
     FaultServer server([](const FaultRequest &r) {
@@ -361,24 +279,6 @@ TEST_F(HttpRequestTest, CredentialGivenForAChallengeIsSentInANewAttempt) {
     Answering request(server.url("/protected"));
     EXPECT_EQ(request.submitRequest()->responseText(), "<ok/>");
     EXPECT_EQ(request.asked, 1);
-}
-
-TEST_F(HttpRequestTest, ChallengeNotFailedBeforeIsAnsweredOnceWithTheCredentials) {
-    auto fake = test::FakeTransport::install([&](auto &) {
-        test::FakeExchange exchange{200, "<ok/>"};
-        exchange.challenge = AuthenticationChallenge{};
-        exchange.challenge->method = AuthenticationMethod::HTTPDigest;
-        return exchange;
-    });
-    ChallengeRecorder request("http://zel.test/client");
-    request.setUsername("agent");
-    request.setPassword("secret");
-    EXPECT_EQ(request.submitRequest()->responseText(), "<ok/>");
-    const auto answers = fake->answers();
-    ASSERT_TRUE(answers.size() == 1 && answers[0].size() == 1);
-    EXPECT_EQ(answers[0][0].kind, ChallengeSender::Kind::UseCredential);
-    EXPECT_EQ(answers[0][0].credential->user, "agent");
-    EXPECT_EQ(answers[0][0].credential->password, "secret");
 }
 
 }  // namespace

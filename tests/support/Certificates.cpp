@@ -1,7 +1,6 @@
 #include "Certificates.h"
 
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
 
 namespace vork::test {
@@ -23,14 +22,6 @@ SelfSignedCertificate makeSelfSignedCertificate(const std::string &folder) {
                   " -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
                   " -keyout '" + c.keyPath + "' -out '" + c.certificatePath + "' 2>/dev/null");
     return c;
-}
-
-void writeHtpasswd(const std::string &path, const std::string &user, const std::string &password) {
-    std::string hash = commandOutput("openssl passwd -apr1 '" + password + "'");
-    while (!hash.empty() && (hash.back() == '\n' || hash.back() == '\r')) hash.pop_back();
-    std::ofstream out(path, std::ios::trunc);
-    out << user << ":" << hash << "\n";
-    if (!out) throw std::runtime_error("cannot write " + path);
 }
 
 }  // namespace vork::test

@@ -25,25 +25,12 @@ std::shared_ptr<http::Connection> FakeTransport::start(http::ConnectionRequest r
     auto connection = std::make_shared<FakeConnection>();
     auto cancelled = connection->cancelled;
     std::weak_ptr<FakeTransport> weak = weak_from_this();
-    RunLoop::current()->addTimer(RunLoop::Seconds(exchange.delaySeconds), [weak, exchange, cancelled, &delegate] {
-        auto self = weak.lock();
-        if (*cancelled || !self) return;
-        if (exchange.challenge && delegate.connectionCanAuthenticateAgainstProtectionSpace(exchange.challenge->method)) {
-            http::ChallengeSender sender;
-            delegate.connectionDidReceiveAuthenticationChallenge(*exchange.challenge, sender);
-            std::lock_guard<std::mutex> lock(self->mutex_);
-            self->answers_.push_back(sender.answers());
-        }
-        if (*cancelled) return;
+    RunLoop::current()->addTimer(RunLoop::Seconds(0), [weak, exchange, cancelled, &delegate] {
+        if (*cancelled || !weak.lock()) return;
         if (exchange.status > 0) {
             delegate.connectionDidReceiveResponse(exchange.status, static_cast<int64_t>(exchange.body.size()));
             if (*cancelled) return;
-            if (auto file = delegate.connectionOutputFile()) {
-                file->append(exchange.body.data(), exchange.body.size());
-                delegate.connectionDidReceiveData({}, exchange.body.size());
-            } else if (!exchange.body.empty()) {
-                delegate.connectionDidReceiveData(exchange.body, exchange.body.size());
-            }
+            if (!exchange.body.empty()) delegate.connectionDidReceiveData(exchange.body, exchange.body.size());
         }
         if (*cancelled) return;
         if (exchange.failure) delegate.connectionDidFailWithError(*exchange.failure);
@@ -55,11 +42,6 @@ std::shared_ptr<http::Connection> FakeTransport::start(http::ConnectionRequest r
 std::vector<http::ConnectionRequest> FakeTransport::requests() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return requests_;
-}
-
-std::vector<std::vector<http::ChallengeSender::Answer>> FakeTransport::answers() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return answers_;
 }
 
 FakeTransport::Installed FakeTransport::install(Script script) {

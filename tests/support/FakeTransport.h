@@ -1,7 +1,7 @@
 #pragma once
 // A scripted transport for tests that gain nothing from a real server: the
-// script answers each request with an exchange (status, body, a failure, a
-// delay, an authentication challenge), delivered on the starting thread's
+// script answers each request with an exchange (status, body, a failure),
+// delivered on the starting thread's
 // run loop as a real transport would. install() puts it in the transport
 // slot for the life of the returned object.
 #include <functional>
@@ -19,8 +19,6 @@ struct FakeExchange {
     int status = 200;  // 0: no response at all
     std::string body;
     std::optional<URLError> failure;  // reported instead of the end of loading
-    double delaySeconds = 0;          // before the first report
-    std::optional<http::AuthenticationChallenge> challenge;  // asked before the response
 };
 
 class FakeTransport : public http::Transport, public std::enable_shared_from_this<FakeTransport> {
@@ -32,8 +30,6 @@ public:
                                             http::Submission submission) override;
 
     std::vector<http::ConnectionRequest> requests() const;
-    // The answers the delegate gave to each challenge, in order.
-    std::vector<std::vector<http::ChallengeSender::Answer>> answers() const;
 
     // Installs a fake in the transport slot until the holder is destroyed.
     struct Installed {
@@ -47,7 +43,6 @@ private:
     Script script_;
     mutable std::mutex mutex_;
     std::vector<http::ConnectionRequest> requests_;
-    std::vector<std::vector<http::ChallengeSender::Answer>> answers_;
 };
 
 }  // namespace vork::test

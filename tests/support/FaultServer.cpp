@@ -117,16 +117,11 @@ void FaultServer::serve(int fd, int connection) {
             auto [it, inserted] = request.headers.emplace(name, trim(line.substr(colon + 1)));
             if (!inserted) it->second += ", " + trim(line.substr(colon + 1));
         }
-        uint64_t remaining = request.header("content-length").empty() ? 0 : std::stoull(request.header("content-length"));
-        while (open && remaining > 0) {
-            if (buffer.empty() && !(open = fill())) break;
-            size_t take = static_cast<size_t>(std::min<uint64_t>(remaining, buffer.size()));
-            request.body.append(buffer, 0, take);
-            request.bodyLength += take;
-            buffer.erase(0, take);
-            remaining -= take;
-        }
+        const size_t length = request.header("content-length").empty() ? 0 : std::stoull(request.header("content-length"));
+        while (open && buffer.size() < length) open = fill();
         if (!open) break;
+        request.body = buffer.substr(0, length);
+        buffer.erase(0, length);
         {
             std::lock_guard<std::mutex> lock(mutex_);
             requests_.push_back(request);
@@ -139,19 +134,15 @@ void FaultServer::serve(int fd, int connection) {
         out += "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
         if (reply.cutAfterBodyBytes) out += "Connection: close\r\n";
         out += "\r\n";
-        size_t bodyBytes = std::min(reply.cutAfterBodyBytes.value_or(reply.body.size()), reply.body.size());
-        if (reply.trickleSeconds > 0) {
-            open = sendAll(fd, out.data(), out.size());
-            const size_t piece = std::max<size_t>(1, (bodyBytes + 9) / 10);
-            for (size_t sent = 0; open && sent < bodyBytes; sent += piece)
-                open = waitOrStop(reply.trickleSeconds / 10) &&
-                       sendAll(fd, reply.body.data() + sent, std::min(piece, bodyBytes - sent));
-        } else {
-            out.append(reply.body, 0, bodyBytes);
-            open = sendAll(fd, out.data(), out.size());
-        }
-        // A stalled reply holds the connection silent until the server stops.
-        if (reply.stallAfterCut && reply.cutAfterBodyBytes) waitOrStop(1e9);
+        const size_t bodyBytes = std::min(reply.cutAfterBodyBytes.value_or(reply.body.size()), reply.body.size());
+        const bool trickle = reply.trickleSeconds > 0;
+        if (!trickle) out.append(reply.body, 0, bodyBytes);
+        open = sendAll(fd, out.data(), out.size());
+        // A trickled body follows the head in ten pieces.
+        const size_t piece = std::max<size_t>(1, (bodyBytes + 9) / 10);
+        for (size_t sent = 0; trickle && open && sent < bodyBytes; sent += piece)
+            open = waitOrStop(reply.trickleSeconds / 10) &&
+                   sendAll(fd, reply.body.data() + sent, std::min(piece, bodyBytes - sent));
         if (reply.cutAfterBodyBytes) break;
     }
     {

@@ -24,7 +24,6 @@ struct FaultRequest {
     std::string target;
     std::map<std::string, std::string> headers;  // names in lower case
     std::string body;
-    uint64_t bodyLength = 0;  // received body bytes
     int connection = 0;       // which accepted connection carried it
     std::chrono::steady_clock::time_point arrived;
 
@@ -42,7 +41,6 @@ struct FaultReply {
     double delaySeconds = 0;                // wait before answering
     std::optional<size_t> cutAfterBodyBytes;  // announce the whole body, send only this much, close
     double trickleSeconds = 0;              // send the body in ten pieces spread over this time
-    bool stallAfterCut = false;             // with cutAfterBodyBytes: keep the connection open, silent
 };
 
 class FaultServer {

@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,27 +22,13 @@ namespace {
 
 const char *kNginxBinary = "/usr/sbin/nginx";
 
-sockaddr_in loopback(int port) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    return addr;
-}
-
-bool canConnect(int port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr = loopback(port);
-    bool ok = ::connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) == 0;
-    ::close(fd);
-    return ok;
-}
-
 }  // namespace
 
 int freeLoopbackPort() {
     int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr = loopback(0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t len = sizeof addr;
     ::bind(fd, reinterpret_cast<sockaddr *>(&addr), len);
     ::getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &len);
@@ -55,10 +40,9 @@ bool Nginx::available() { return ::access(kNginxBinary, X_OK) == 0; }
 
 Nginx::Nginx(const std::string &folder, NginxOptions options) : folder_(folder), options_(std::move(options)) {
     namespace fs = std::filesystem;
-    fs::create_directories(folder_ + "/www/private");
+    fs::create_directories(folder_ + "/www");
     fs::create_directories(folder_ + "/tmp");
     if (options_.certificatePath.empty()) makeSelfSignedCertificate(folder_);
-    writeHtpasswd(folder_ + "/htpasswd", options_.user, options_.password);
     for (int attempt = 0; attempt < 5; ++attempt) {
         if (launch()) return;
     }
@@ -79,11 +63,13 @@ bool Nginx::launch() {
     httpPort_ = freeLoopbackPort();
     httpsPort_ = freeLoopbackPort();
     while (httpsPort_ == httpPort_) httpsPort_ = freeLoopbackPort();
-    const std::string conf = folder_ + "/nginx.conf";
+    const std::string conf = folder_ + "/nginx.conf", pidFile = folder_ + "/nginx.pid";
+    // nginx writes its pid file once its ports listen.
+    std::filesystem::remove(pidFile);
     {
         std::ofstream out(conf, std::ios::trunc);
         out << "daemon off; master_process off; worker_processes 1;\n"
-               "pid " << folder_ << "/nginx.pid;\n"
+               "pid " << pidFile << ";\n"
                "error_log " << errorLogPath() << " warn;\n"
                "events { worker_connections 256; }\n"
                "http {\n";
@@ -97,7 +83,6 @@ bool Nginx::launch() {
                "        ssl_certificate " << certificatePath() << "; ssl_certificate_key " << keyPath() << ";\n"
                "        root " << wwwFolder() << "; client_max_body_size 0;\n"
                "        location / { }\n"
-               "        location /private/ { auth_basic \"VORK\"; auth_basic_user_file " << folder_ << "/htpasswd; }\n"
                "        location = /upload {\n"
                "            client_body_buffer_size 1m; default_type application/xml; return 200 \"<ok/>\";\n"
                "        }\n";
@@ -108,11 +93,9 @@ bool Nginx::launch() {
     pid_ = ::fork();
     if (pid_ == 0) {
         // Keep nginx's own messages out of the test output.
-        int devnull = ::open("/dev/null", O_WRONLY);
-        if (devnull >= 0) {
-            ::dup2(devnull, 1);
-            ::dup2(devnull, 2);
-        }
+        const int devnull = ::open("/dev/null", O_WRONLY);
+        ::dup2(devnull, 1);
+        ::dup2(devnull, 2);
         ::execl(kNginxBinary, "nginx", "-p", folder_.c_str(), "-c", conf.c_str(), "-e", errorLogPath().c_str(),
                 static_cast<char *>(nullptr));
         ::_exit(127);
@@ -120,12 +103,11 @@ bool Nginx::launch() {
     if (pid_ < 0) return false;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (std::chrono::steady_clock::now() < deadline) {
-        int status = 0;
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+        if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {
             pid_ = -1;
             return false;  // exited: most likely a port was taken meanwhile
         }
-        if (canConnect(httpPort_) && canConnect(httpsPort_)) return true;
+        if (std::filesystem::exists(pidFile)) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     stop();

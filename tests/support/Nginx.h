@@ -4,8 +4,6 @@
 // (pid, logs, temporary bodies) lies inside that folder. It serves
 //  - the folder's www/ over HTTP and HTTPS (self-signed certificate),
 //    with byte ranges;
-//  - /private/ the same, behind basic authentication (user and password
-//    from the options);
 //  - POST /upload: reads and drops the body, answers 200 "<ok/>".
 // Used by the tests and by the benchmarks (compile Nginx.cpp and
 // Certificates.cpp in).
@@ -16,8 +14,6 @@
 namespace vork::test {
 
 struct NginxOptions {
-    std::string user = "agent";
-    std::string password = "s3cret";
     bool accessLog = true;
     // The server's certificate and key (PEM); a self-signed pair when empty.
     std::string certificatePath;
@@ -49,7 +45,6 @@ public:
     std::string keyPath() const { return options_.keyPath.empty() ? folder_ + "/key.pem" : options_.keyPath; }
     std::string accessLogPath() const { return folder_ + "/access.log"; }
     std::string errorLogPath() const { return folder_ + "/error.log"; }
-    const NginxOptions &options() const { return options_; }
 
 private:
     bool launch();

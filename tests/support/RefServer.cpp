@@ -16,16 +16,11 @@
 
 #include "support/Certificates.h"
 
-namespace vork::test {
-namespace {
-
 #ifndef VORK_SOURCE_DIR
 #error "VORK_SOURCE_DIR must name the source tree"
 #endif
 
-constexpr auto kStartTimeout = std::chrono::seconds(30);
-
-}  // namespace
+namespace vork::test {
 
 RefServer::RefServer(RefServerOptions options) : options_(std::move(options)) {
     std::filesystem::create_directories(filesDir());
@@ -39,7 +34,6 @@ void RefServer::start() {
     const std::filesystem::path script =
         std::filesystem::path(VORK_SOURCE_DIR) / "tools" / "refserver" / "refserver.py";
     const std::filesystem::path portFile = dir_ / "port";
-    const std::string stdoutPath = (dir_ / "stdout.txt").string();
     const std::string stderrPath = (dir_ / "stderr.txt").string();
 
     // The distribution's interpreter (which sees python3-lxml), writing no bytecode.
@@ -49,14 +43,8 @@ void RefServer::start() {
                                      "--files", filesDir().string(),
                                      "--uploads", uploadsDir().string()};
     if (!options_.user.empty()) {
-        std::filesystem::path passwordFile = dir_ / "password";
-        {
-            std::ofstream out(passwordFile, std::ios::binary);
-            out << options_.password << "\n";
-        }
-        std::filesystem::permissions(passwordFile, std::filesystem::perms::owner_read |
-                                                       std::filesystem::perms::owner_write);
-        args.insert(args.end(), {"--user", options_.user, "--password-file", passwordFile.string()});
+        const std::string passwordFile = dir_.write("password", options_.password + "\n").string();
+        args.insert(args.end(), {"--user", options_.user, "--password-file", passwordFile});
     }
     if (options_.tls) args.insert(args.end(), {"--self-signed", (dir_ / "tls").string()});
     args.insert(args.end(), options_.extraArguments.begin(), options_.extraArguments.end());
@@ -68,33 +56,27 @@ void RefServer::start() {
     argv.push_back(nullptr);
     const pid_t parent = getpid();
 
-    pid_t pid = fork();
-    if (pid < 0) throw std::runtime_error(std::string("RefServer: fork failed: ") + std::strerror(errno));
-    if (pid == 0) {
+    pid_ = fork();
+    if (pid_ < 0) throw std::runtime_error(std::string("RefServer: fork failed: ") + std::strerror(errno));
+    if (pid_ == 0) {
         // The server must not outlive a test program that dies.
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() != parent) _exit(127);
-        int out = open(stdoutPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        if (out < 0 || err < 0 || in < 0) _exit(127);
-        dup2(in, 0);
-        dup2(out, 1);
+        const int err = open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+        if (err < 0 || null < 0) _exit(127);
+        dup2(null, 0);
+        dup2(null, 1);
         dup2(err, 2);
         execv(argv[0], argv.data());
         _exit(127);
     }
-    pid_ = pid;
 
-    const auto deadline = std::chrono::steady_clock::now() + kStartTimeout;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (true) {
-        std::error_code ec;
-        if (std::filesystem::exists(portFile, ec)) {
-            port_ = std::atoi(readFile(portFile).c_str());
-            if (port_ > 0) return;
-        }
-        int status = 0;
-        bool exited = waitpid(pid_, &status, WNOHANG) == pid_;
+        // An absent port file reads as empty text.
+        if ((port_ = std::atoi(readFile(portFile).c_str())) > 0) return;
+        const bool exited = waitpid(pid_, nullptr, WNOHANG) == pid_;
         if (exited || std::chrono::steady_clock::now() > deadline) {
             if (exited) pid_ = -1;
             stop();
@@ -122,11 +104,7 @@ std::string RefServer::fileUrl(const std::string &name) const { return url() + "
 std::string RefServer::uploadUrl(const std::string &name) const { return url() + "/upload/" + name; }
 
 std::filesystem::path RefServer::addFile(const std::string &name, const std::string &content) const {
-    std::filesystem::path file = filesDir() / name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream out(file, std::ios::binary);
-    out << content;
-    return file;
+    return dir_.write("files/" + name, content);
 }
 
 RefServer::Reply RefServer::exchange(const std::string &method, const std::string &path,
@@ -158,8 +136,6 @@ void RefServer::setFault(const std::string &json) {
         throw std::runtime_error("RefServer: fault set refused (" + std::to_string(r.status) + "): " + r.body);
     }
 }
-
-void RefServer::clearFault() { setFault("{}"); }
 
 std::string RefServer::requests() const {
     Reply r = exchange("GET", "/__requests");

@@ -43,7 +43,6 @@ public:
 
     int port() const { return port_; }
     bool tls() const { return options_.tls; }
-    pid_t pid() const { return pid_; }
     const std::string &user() const { return options_.user; }
     const std::string &password() const { return options_.password; }
 
@@ -64,7 +63,6 @@ public:
     // Replaces the fault set with a JSON object ("{}" clears it); throws
     // std::runtime_error when the server refuses it (unknown key, wrong type).
     void setFault(const std::string &json);
-    void clearFault();
     // Everything recorded since the last clear, as the server's JSON text.
     std::string requests() const;
     void clearRequests();

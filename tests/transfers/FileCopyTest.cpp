@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
-#include <tuple>
 
 #include "base/Exception.h"
 #include "http/HttpFixture.h"
@@ -47,16 +46,12 @@ bool pollUntilComplete(std::vector<double> *progress = nullptr) {
     return false;
 }
 
-struct stat lstatOf(const fs::path &path) {
-    struct stat st {};
-    EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
-    return st;
-}
-
 // Asserts that `copy` holds the same tree as `original`: kinds, contents,
 // link targets, permission bits and modification times.
 void expectSameTree(const fs::path &original, const fs::path &copy) {
-    struct stat a = lstatOf(original), b = lstatOf(copy);
+    struct stat a {}, b {};
+    ASSERT_EQ(::lstat(original.c_str(), &a), 0) << original;
+    ASSERT_EQ(::lstat(copy.c_str(), &b), 0) << copy;
     ASSERT_EQ(a.st_mode & S_IFMT, b.st_mode & S_IFMT) << copy;
     if (!S_ISLNK(a.st_mode)) { EXPECT_EQ(a.st_mode & 0777, b.st_mode & 0777) << copy; }
     if (S_ISREG(a.st_mode) || S_ISDIR(a.st_mode)) { EXPECT_EQ(a.st_mtim.tv_sec, b.st_mtim.tv_sec) << copy; }
@@ -118,12 +113,11 @@ protected:
 };
 
 TEST_F(FileCopyC, FileKeepsItsNameProgressRisesAndEachStepIsLogged) {
-    auto source = dir.write("in/package.pkg", patternBytes(5 << 20));
-    const std::string before = readFile(source), src = source.string(), dst = (dir / "out").string();
+    // The copy's contents are checked with the other kinds below.
+    const std::string src = dir.write("in/package.pkg", patternBytes(5 << 20)).string(), dst = (dir / "out").string();
     std::vector<double> progress;
     copyInto(src, dst, &progress);
-    EXPECT_EQ(readFile(dir / "out/package.pkg"), before);
-    EXPECT_EQ(fileCopyProgress(), 100.0);
+    EXPECT_TRUE(fs::exists(dir / "out/package.pkg"));
     for (size_t i = 0; i < progress.size(); ++i) {
         EXPECT_GE(progress[i], i ? progress[i - 1] : 0.0);
         EXPECT_LE(progress[i], 100.0);
@@ -181,8 +175,6 @@ TEST_F(FileCopyC, CopiesKeepKindsContentsModesTimesAndLinks) {
         if (std::isnan(row.percent)) { EXPECT_TRUE(std::isnan(g_FileCopy->percentCompleted())); }
         else if (row.percent >= 0) { EXPECT_NEAR(g_FileCopy->percentCompleted(), row.percent, 1e-3); }
     }
-    EXPECT_EQ(fs::file_size(dir / "out/sparse.img"), (32u << 20) + 3);
-    EXPECT_TRUE(fs::is_symlink(dir / "out/alias"));
 }
 
 TEST_F(FileCopyC, StartingAgainOrReleasingDuringACopyStopsItSafely) {
@@ -308,17 +300,14 @@ TEST_F(FileCopyC, TinyAndReadOnlyDestinations) {
     ::umount2(frozen.c_str(), MNT_DETACH);
 }
 
-class FreeSpaceDouble : public vork::platform::FileSystemSpace {
-public:
-    explicit FreeSpaceDouble(Attributes answer) : answer_(std::move(answer)) {}
+struct FreeSpaceDouble : vork::platform::FileSystemSpace {
+    explicit FreeSpaceDouble(Attributes answer) : answer(std::move(answer)) {}
     Attributes attributesOfFileSystem(const std::string &path) override {
         askedFor = path;
-        return answer_;
+        return answer;
     }
+    Attributes answer;
     std::string askedFor;
-
-private:
-    Attributes answer_;
 };
 
 TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
@@ -355,38 +344,33 @@ TEST_F(FileCopyC, SpaceCheckIsStrictAndUnreadableSpaceCountsAsRoom) {
     }
 }
 
-TEST_F(FileCopyC, ProgressFollowsTheReportsAndIsHundredOnceComplete) {
+TEST_F(FileCopyC, ProgressFollowsTheReportsTheirErrorIsIgnoredAndOneWithoutObjectRaises) {
     auto source = dir.write("a.bin", "abc");
     // The space check makes the copy object and keeps it.
     ASSERT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
     VORKFileCopy *made = g_FileCopy;
     ASSERT_TRUE(hasEnoughSpaceForFileInDestination(source.c_str(), dir.str().c_str()));
     ASSERT_EQ(g_FileCopy, made);
-    g_FileCopy->setFileSize(1000);
-    FileCopy::statusCallback(CopyStatus{CopyStage::Running, 250.0f}, g_FileCopy);
-    EXPECT_EQ(fileCopyProgress(), 25.0);
-    EXPECT_TRUE(log.contains("fileCopyProgress=25.000000"));
-    EXPECT_FALSE(fileCopyIsComplete());
-    EXPECT_TRUE(log.contains("isCompleted=NO"));
-    FileCopy::statusCallback(CopyStatus{CopyStage::Complete, 900.0f}, g_FileCopy);
-    EXPECT_DOUBLE_EQ(g_FileCopy->percentCompleted(), 90.0);
-    EXPECT_EQ(fileCopyProgress(), 100.0);
-    EXPECT_TRUE(fileCopyIsComplete());
-}
-
-TEST(FileCopyStatus, ReportsSetThePercentageTheirErrorIsIgnoredAndOneWithoutObjectRaises) {
     const uint64_t odd = (1u << 24) + 1;
-    for (auto [size, status, percent] : std::vector<std::tuple<uint64_t, CopyStatus, double>>{
+    struct Row {
+        uint64_t size;
+        CopyStatus status;
+        double percent, progress;  // percentCompleted(), fileCopyProgress()
+        std::string line;
+    };
+    for (const Row &row : std::vector<Row>{
+             {1000, {CopyStage::Running, 250.0f}, 25.0, 25.0, "fileCopyProgress=25.000000"},
              // 2^24 + 1 is not a float: the report says 2^24.
-             {odd, CopyStatus{CopyStage::Running, static_cast<float>(odd)}, 16777216.0 * 100.0 / 16777217.0},
-             {10, CopyStatus{CopyStage::Complete, 4.0f, vork::copystatus::kDiskFull}, 40.0},
-         }) {
-        FileCopy copy;
-        copy.setFileSize(size);
-        FileCopy::statusCallback(status, &copy);
-        EXPECT_DOUBLE_EQ(copy.percentCompleted(), percent);
-        EXPECT_EQ(copy.isCompleted(), status.stage == CopyStage::Complete);
-        EXPECT_EQ(copy.errorMessage(), "");
+             {odd, {CopyStage::Running, float(odd)}, 1677721600.0 / odd, 1677721600.0 / odd, "isCompleted=NO"},
+             {1000, {CopyStage::Complete, 900.0f, vork::copystatus::kDiskFull}, 90.0, 100.0, "isCompleted=YES"}}) {
+        SCOPED_TRACE(row.line);
+        g_FileCopy->setFileSize(row.size);
+        FileCopy::statusCallback(row.status, g_FileCopy);
+        EXPECT_DOUBLE_EQ(g_FileCopy->percentCompleted(), row.percent);
+        EXPECT_DOUBLE_EQ(fileCopyProgress(), row.progress);
+        EXPECT_EQ(fileCopyIsComplete(), row.status.stage == CopyStage::Complete);
+        EXPECT_TRUE(log.contains(row.line));
+        EXPECT_EQ(g_FileCopy->errorMessage(), "");
     }
     try {
         FileCopy::statusCallback(CopyStatus{CopyStage::Running, 1.0f}, nullptr);
