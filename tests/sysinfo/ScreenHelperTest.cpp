@@ -54,11 +54,10 @@ TEST(ScreenHelper, LogLinesAndTheCFunction) {
                                                      prefix + "isInView=NO",
                                                      prefix + "newRect={320.000000, 150.000000, 800.000000, 600.000000}",
                                                      prefix + "appFrame={320.000000, 150.000000, 800.000000, 600.000000}"}));
-    // Truncated towards zero; a frame in view and NULL pointers are left alone.
+    // Truncated towards zero.
     x = 2001, y = 100, width = 801, height = 601;
     EXPECT_EQ(adjustWindowCoordinates(&x, &y, &width, &height), 1);
     EXPECT_EQ(std::vector<int32_t>({x, y, width, height}), std::vector<int32_t>({319, 149, 801, 601}));
-    EXPECT_EQ(adjustWindowCoordinates(&x, nullptr, &width, &height), 0);
 }
 
 // An Xvfb server on a display number it picks itself, stopped on destruction.
