@@ -87,14 +87,15 @@ TEST(NetworkInterfaces, KernelOrderAddressesHardwareAdaptersAndTheDefaultRoute) 
 
 // Counts how often the list is asked for.
 struct CountingInterfaces : platform::NetworkInterfaces {
+    explicit CountingInterfaces(std::vector<platform::NetworkInterface> list) : interfaces(std::move(list)) {}
     std::vector<platform::NetworkInterface> list() override { return ++calls, interfaces; }
     std::vector<platform::NetworkInterface> interfaces;
     int calls = 0;
 };
 
 TEST(MacAddressCache, FilledOnceInTheDottedFormUnlessEmpty) {
-    auto fake = std::make_shared<CountingInterfaces>();
-    fake->interfaces = {{"en0", "00:1c:42:aa:bb:cc"}, {"en1", ""}, {"", "11:22:33:44:55:66"}, {"en0", "00:00:5e:00:53:01"}};
+    auto fake = std::make_shared<CountingInterfaces>(std::vector<platform::NetworkInterface>{
+        {"en0", "00:1c:42:aa:bb:cc"}, {"en1", ""}, {"", "11:22:33:44:55:66"}, {"en0", "00:00:5e:00:53:01"}});
     auto guard = platform::networkInterfaces().install(fake);
     MacAddressCache cache;
     MacAddressTable table = cache.addresses();
@@ -116,11 +117,7 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
         veth{"veth1a2b", "6a:3f:00:00:00:05", 5}, wired{"enp3s0", "00:1c:42:00:00:02", 2, true},
         wifi{"wlp2s0", "00:1c:42:00:00:03", 3, true}, usb{"enx00e04c", "00:e0:4c:00:00:06", 6, true};
     auto routed = [](NetworkInterface i) { return i.defaultRoute = true, i; };
-    struct Case {
-        const char *name;
-        std::vector<NetworkInterface> interfaces;
-        std::vector<std::string> enAddresses;  // of en0, en1, ...
-    };
+    struct Case { const char *name; std::vector<NetworkInterface> interfaces; std::vector<std::string> enAddresses; };
     const std::vector<Case> cases = {
         {"route on Wi-Fi", {lo, wired, routed(wifi), bridge, veth, usb},
          {"00.1c.42.00.00.03", "00.1c.42.00.00.02", "00.e0.4c.00.00.06"}},
@@ -129,11 +126,9 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
         {"container", {lo, routed(veth)}, {}},
     };
     for (const Case &c : cases) {
-        auto fake = std::make_shared<CountingInterfaces>();
-        fake->interfaces = c.interfaces;
-        auto guard = platform::networkInterfaces().install(fake);
+        auto guard = platform::networkInterfaces().install(std::make_shared<CountingInterfaces>(c.interfaces));
         MacAddressTable table = MacAddressCache().addresses();
-        for (size_t i = 0; i <= c.enAddresses.size(); ++i) {
+        for (size_t i = 0; i <= c.enAddresses.size(); ++i) {  // en0, en1, ... and the first one not made
             auto it = table.find("en" + std::to_string(i));
             std::string found = it == table.end() ? "none" : it->second;
             EXPECT_EQ(found, i < c.enAddresses.size() ? c.enAddresses[i] : "none") << c.name << " en" << i;
@@ -145,8 +140,7 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
 
 TEST(HardwareIdentification, PrimaryAndAlternativeAddresses) {
     // The only test here that fills the process-wide table.
-    auto fake = std::make_shared<CountingInterfaces>();
-    fake->interfaces = {{"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}};
+    auto fake = std::make_shared<CountingInterfaces>(std::vector<platform::NetworkInterface>{{"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}});
     auto guard = platform::networkInterfaces().install(fake);
     EXPECT_EQ(VORKHardwareIdentification::getMacAddress(), "00.1c.42.aa.bb.cc");
     EXPECT_EQ(VORKHardwareIdentification::getAltMacAddress(), "");
