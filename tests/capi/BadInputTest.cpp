@@ -63,13 +63,6 @@ bool noneOrEmpty(const Out &out) { return numberIs(out, -1) || numberIs(out, 0);
 // machine's UUID cannot be read.
 bool failureReply(const Out &out) { return nonNullText(out) && std::get<Text>(out)->find("1999") != std::string::npos; }
 
-std::string shown(const Out &out) {
-    if (auto *t = std::get_if<Text>(&out)) return *t ? "\"" + t->value().substr(0, 300) + "\"" : "NULL";
-    if (auto *i = std::get_if<long long>(&out)) return std::to_string(*i);
-    if (auto *d = std::get_if<double>(&out)) return std::to_string(*d);
-    return "nothing";
-}
-
 // The bad input in the shape of one parameter: text, a number, a real, or a
 // null object.
 template <class A>
@@ -217,7 +210,7 @@ TEST_F(BadInput, EveryExportedFunctionAnswersItsNeutralResult) {
             SCOPED_TRACE(name + " input " + std::to_string(i));
             const Out out = row->second.call(inputs[i]);
             if (inputs[i].documentedAbsent) {
-                EXPECT_TRUE(row->second.neutral(out)) << shown(out);
+                EXPECT_TRUE(row->second.neutral(out)) << testing::PrintToString(out);
             }
             if (nonNullText(out)) {
                 EXPECT_TRUE(vork::util::isValidUtf8(*std::get<Text>(out)));

@@ -78,16 +78,14 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
     vork::test::RecordingLog log;
     auto systemLog = std::make_shared<RecordingSystemLog>();
     auto installed = vork::platform::systemLog().install(systemLog);
-    vork::test::RefServerOptions options;
-    options.password = "Pw-3f9c1e-not-for-logs";
-    vork::test::RefServer server(options);
+    vork::test::RefServer server({.password = "Pw-3f9c1e-not-for-logs"});
     server.addFile("data.bin", std::string(100000, 'd'));
 
     // Where a password enters the library: one row per source.
     struct Source { std::string name, secret; std::function<void(const std::string &secret)> use; };
     const std::string upload = dir.write("upload.txt", "inventory").string();
     const std::vector<Source> sources = {
-        {"server password", options.password,
+        {"server password", server.password(),
          [&](const std::string &secret) {
              setZelUrl(server.url().c_str());
              setZelUsername(server.user().c_str());
@@ -96,7 +94,7 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
              clientSitePrivileges("Self Service");
              clientSiteSelection(4);
          }},
-        {"transfer password", options.password,
+        {"transfer password", server.password(),
          [&](const std::string &secret) {
              const std::string out = (dir / "down/data.bin").string();
              httpTransferInitDownload(server.fileUrl("data.bin").c_str(), false, server.user().c_str(),
