@@ -26,13 +26,9 @@
 
 namespace {
 
-// One bad input, offered in every argument slot of a function.
-struct In {
-    const char *text;
-    int number;
-    double real;
-    bool documentedAbsent;  // null or not UTF-8: the documented absent-text case
-};
+// One bad input, offered in every argument slot of a function; documentedAbsent
+// marks the documented absent-text case (null or not UTF-8).
+struct In { const char *text; int number; double real; bool documentedAbsent; };
 
 using Text = std::optional<std::string>;
 using Out = std::variant<std::monostate, long long, double, Text>;

@@ -70,13 +70,9 @@ TEST_F(KeychainTest, CreatedKeychainHasItsModesAndNoKeyInClear) {
 }
 
 TEST_F(KeychainTest, PasswordsAndAccessListsDecideWhoGetsTheKey) {
-    struct Case {
-        const char *name;
-        uid_t uid;            // of the program that uses the keychain
-        const char *exe;      // null: the creating program
-        bool passwordChanged; // by another program in between
-        long code;            // 0: the signature is made
-    };
+    // The user and program (null: the creating one) that use the keychain, whether another program changed
+    // its password in between, and the error code (0: the signature is made).
+    struct Case { const char *name; uid_t uid; const char *exe; bool passwordChanged; long code; };
     for (const Case &c : std::vector<Case>{{"root, another program", 0, "/usr/bin/other", false, 0},
                                            {"user, the creating program", 501, nullptr, false, 0},
                                            {"user, another program", 501, "/usr/bin/other", false, errSecInteractionNotAllowed},
