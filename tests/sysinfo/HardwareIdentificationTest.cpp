@@ -48,20 +48,16 @@ TEST(MachineIdentity, NoSourceRaises) {
     } catch (const Exception &e) { EXPECT_EQ(e.name(), "NSInvalidArgumentException"); }
 }
 
-void addInterface(const SystemRootSandbox &sandbox, const std::string &name, int index,
-                  const std::optional<std::string> &address) {
-    sandbox.root().write("sys/class/net/" + name + "/ifindex", std::to_string(index) + "\n");
-    if (address) sandbox.root().write("sys/class/net/" + name + "/address", *address + "\n");
-}
-
 TEST(NetworkInterfaces, KernelOrderAddressesHardwareAdaptersAndTheDefaultRoute) {
     SystemRootSandbox sandbox;
     EXPECT_TRUE(platform::networkInterfaces().get()->list().empty());
-    addInterface(sandbox, "sit0", 7, std::nullopt);
+    sandbox.root().write("sys/class/net/sit0/ifindex", "7\n");  // no address, no type
     auto add = [&](const std::string &name, int index, int type, bool device) {
-        addInterface(sandbox, name, index, index == 1 ? "00:00:00:00:00:00" : "00:1c:42:aa:bb:0" + std::to_string(index));
-        sandbox.root().write("sys/class/net/" + name + "/type", std::to_string(type) + "\n");
-        if (device) sandbox.root().write("sys/class/net/" + name + "/device/uevent", "");
+        const std::string folder = "sys/class/net/" + name + "/";
+        sandbox.root().write(folder + "ifindex", std::to_string(index) + "\n");
+        sandbox.root().write(folder + "address", (index == 1 ? "00:00:00:00:00:00" : "00:1c:42:aa:bb:0" + std::to_string(index)) + "\n");
+        sandbox.root().write(folder + "type", std::to_string(type) + "\n");
+        if (device) sandbox.root().write(folder + "device/uevent", "");
     };
     add("lo", 1, 772, false);
     add("enp3s0", 2, 1, true);
