@@ -6,6 +6,7 @@
 #  - every other exported symbol is a C++ symbol of namespace vork.
 # usage: check_exports.sh LIBRARY HEADER_DIR
 set -euo pipefail
+export LC_ALL=C
 lib="$1"; headers="$2"
 
 declared() {  # $1: VORK_API or VORK_API_CXX
@@ -19,25 +20,15 @@ symbols=$(nm -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | grep 
 plain=$(grep -v '^_Z' <<<"$symbols" || true)
 mangled=$(grep '^_Z' <<<"$symbols" | c++filt || true)
 
-problems=0
-while read -r name; do
-  [ -z "$name" ] && continue
-  grep -qx "$name" <<<"$c_names" || { echo "exported but not declared: $name"; problems=1; }
-done <<<"$plain"
-while read -r name; do
-  [ -z "$name" ] && continue
-  grep -qx "$name" <<<"$plain" || { echo "declared but not exported: $name"; problems=1; }
-done <<<"$c_names"
-while read -r name; do
-  [ -z "$name" ] && continue
-  grep -qE "^$name(\(|\[)" <<<"$mangled" || { echo "declared but not exported (decorated): $name"; problems=1; }
-done <<<"$cxx_names"
-while read -r sym; do
-  [ -z "$sym" ] && continue
-  base=${sym%%(*}; base=${base%%[*}
-  if grep -qx "$base" <<<"$cxx_names"; then continue; fi
-  [[ "$sym" == *vork::* ]] || { echo "exported but not declared: $sym"; problems=1; }
-done <<<"$mangled"
-
-if [ "$problems" -ne 0 ]; then exit 1; fi
+# Each problem on a line of its own, named by its kind.
+report() { sed -e '/^$/d' -e "s/^/$1: /"; }
+problems=$(
+  comm -23 <(echo "$plain") <(echo "$c_names") | report "exported but not declared"
+  comm -13 <(echo "$plain") <(echo "$c_names") | report "declared but not exported"
+  comm -13 <(sed -E 's/[([].*//' <<<"$mangled" | sort -u) <(echo "$cxx_names") | report "declared but not exported (decorated)"
+  { grep -v 'vork::' <<<"$mangled" || true; } | while read -r sym; do
+    grep -qx "${sym%%[([]*}" <<<"$cxx_names" || echo "$sym"
+  done | report "exported but not declared"
+)
+if [ -n "$problems" ]; then echo "$problems"; exit 1; fi
 echo "exports match the headers: $(wc -w <<<"$c_names") C names, $(wc -w <<<"$cxx_names") decorated names"

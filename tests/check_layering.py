@@ -4,6 +4,7 @@
  - system headers (system calls) are included only under src/platform/;
  - the folders of src/ include each other without cycles.
 usage: check_layering.py SOURCE_DIR"""
+import graphlib
 import os
 import re
 import sys
@@ -29,22 +30,10 @@ for root, _, files in os.walk(src):
         graph.setdefault(folder, set()).update(m for m in LOCAL.findall(text) if m != folder)
 
 
-def cycle_from(start, node, path):
-    for nxt in sorted(graph.get(node, ())):
-        if nxt == start:
-            return path + [nxt]
-        if nxt not in path:
-            found = cycle_from(start, nxt, path + [nxt])
-            if found:
-                return found
-    return None
-
-
-for folder in sorted(graph):
-    found = cycle_from(folder, folder, [folder])
-    if found:
-        problems.append("include cycle: " + " -> ".join(found))
-        break
+try:
+    tuple(graphlib.TopologicalSorter(graph).static_order())
+except graphlib.CycleError as error:
+    problems.append("include cycle: " + " -> ".join(reversed(error.args[1])))
 
 for problem in problems:
     print(problem)

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <mutex>
 #include <sstream>
@@ -22,6 +21,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using vork::test::readFile;
 
 struct RecordingSystemLog : vork::platform::SystemLog {
     std::mutex mutex;
@@ -32,25 +32,18 @@ struct RecordingSystemLog : vork::platform::SystemLog {
     }
 };
 
-std::string slurp(const fs::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
-
 // The command lines of this process and of every process whose parent it is.
 std::vector<std::string> ownCommandLines() {
-    std::vector<std::string> lines{slurp("/proc/self/cmdline")};
+    std::vector<std::string> lines{readFile("/proc/self/cmdline")};
     const std::string self = std::to_string(::getpid());
     for (const auto &entry : fs::directory_iterator("/proc")) {
-        const std::string stat = slurp(entry.path() / "stat");
+        const std::string stat = readFile(entry.path() / "stat");
         const size_t close = stat.rfind(')');
         if (close == std::string::npos) continue;
         std::istringstream fields(stat.substr(close + 2));
         std::string state, parent;
         fields >> state >> parent;
-        if (parent == self) lines.push_back(slurp(entry.path() / "cmdline"));
+        if (parent == self) lines.push_back(readFile(entry.path() / "cmdline"));
     }
     return lines;
 }
@@ -67,7 +60,7 @@ std::vector<std::pair<std::string, std::string>> exposedTexts(const vork::test::
     }
     for (const auto &folder : folders)
         for (const auto &entry : fs::recursive_directory_iterator(folder))
-            if (entry.is_regular_file()) texts.emplace_back(entry.path().string(), slurp(entry.path()));
+            if (entry.is_regular_file()) texts.emplace_back(entry.path().string(), readFile(entry.path()));
     for (const auto &line : ownCommandLines()) texts.emplace_back("command line", line);
     return texts;
 }
@@ -85,20 +78,14 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
     vork::test::RecordingLog log;
     auto systemLog = std::make_shared<RecordingSystemLog>();
     auto installed = vork::platform::systemLog().install(systemLog);
-    vork::test::RefServerOptions options;
-    options.password = "Pw-3f9c1e-not-for-logs";
-    vork::test::RefServer server(options);
+    vork::test::RefServer server({.password = "Pw-3f9c1e-not-for-logs"});
     server.addFile("data.bin", std::string(100000, 'd'));
 
     // Where a password enters the library: one row per source.
-    struct Source {
-        std::string name;
-        std::string secret;
-        std::function<void(const std::string &secret)> use;
-    };
+    struct Source { std::string name, secret; std::function<void(const std::string &secret)> use; };
     const std::string upload = dir.write("upload.txt", "inventory").string();
     const std::vector<Source> sources = {
-        {"server password", options.password,
+        {"server password", server.password(),
          [&](const std::string &secret) {
              setZelUrl(server.url().c_str());
              setZelUsername(server.user().c_str());
@@ -107,7 +94,7 @@ TEST(Secrets, PasswordsNeverReachLogsFilesOrCommandLines) {
              clientSitePrivileges("Self Service");
              clientSiteSelection(4);
          }},
-        {"transfer password", options.password,
+        {"transfer password", server.password(),
          [&](const std::string &secret) {
              const std::string out = (dir / "down/data.bin").string();
              httpTransferInitDownload(server.fileUrl("data.bin").c_str(), false, server.user().c_str(),

@@ -13,13 +13,9 @@
 namespace vork::test {
 namespace {
 
-struct Case {
-    const char *name;
-    std::vector<std::string> arguments;  // {url} {dead} {dir} {pw} {file} are replaced
-    bool terminal;
-    int exitCode;
-    std::vector<std::string> outHas, errHas, errLacks;
-};
+// In the arguments {url} {dead} {dir} {pw} {file} are replaced.
+struct Case { const char *name; std::vector<std::string> arguments; bool terminal; int exitCode;
+              std::vector<std::string> outHas, errHas, errLacks; };
 
 TEST(Vorkcomm, AnswersEachCommandLineAsAUserExpects) {
     RefServer server({.extraArguments = {"--fault-rate-limit", "8000000"}});

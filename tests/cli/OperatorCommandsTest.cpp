@@ -15,12 +15,9 @@
 namespace vork::test {
 namespace {
 
-struct Case {
-    std::vector<std::string> arguments;  // {dir}, {cert} and {volume} are replaced
-    const char *input;                   // standard input: a file of {dir}, or null for none
-    int exitCode;
-    std::vector<std::string> outHas;
-};
+// In the arguments {dir} and {cert} are replaced; the input is a file of
+// {dir} read as standard input, or null for none.
+struct Case { std::vector<std::string> arguments; const char *input; int exitCode; std::vector<std::string> outHas; };
 
 TEST(VorkcommOperatorCommands, ReportDisksSystemAndKeychainsForPeopleAndScripts) {
     SystemRootSandbox sandbox;

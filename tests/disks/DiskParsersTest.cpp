@@ -44,9 +44,7 @@ TEST(PartitionRules, IdentifiersFormatsAndSizes) {
 
 TEST(DiskUtilInfoParsing, ListsTheWholeDiskAndItsPartitionsInOrder) {
     test::SystemRootSandbox sandbox;  // the fallback finds no tool and runs nothing
-    const struct {
-        const char *fixture, *diskId, *expected;
-    } cases[] = {
+    const struct { const char *fixture, *diskId, *expected; } cases[] = {
         {"list-single-disk.plist", "disk0", "disk0 (null) 500278 (null);disk0s1 EFI 210 (null);disk0s2 Macintosh HD 499418 /;disk0s3 Recovery HD 650 (null);"},
         {"list-two-disks.plist", "disk1s2", "disk1 (null) 2000399 (null);disk1s1 EFI 210 (null);disk1s2 Backup 1999539 /Volumes/Backup;"},
         {"list-bootcamp.plist", "disk0s4",
@@ -69,15 +67,9 @@ TEST(DiskUtilInfoParsing, ListsTheWholeDiskAndItsPartitionsInOrder) {
 }
 
 TEST(CoreStorageParsing, BuildsTheVolumeTreeFromTheReport) {
-    const struct {
-        const char *fixture;
-        size_t groups;
-        const char *diskId;
-        size_t physical;
-        const char *name, *status;
-        int32_t size;
-        size_t unmountedEncrypted;
-    } cases[] = {
+    struct Case { const char *fixture; size_t groups; const char *diskId; size_t physical; const char *name, *status;
+                  int32_t size; size_t unmountedEncrypted; };
+    const Case cases[] = {
         {"cs-fusion.txt", 1, "disk2", 2, "Macintosh HD", "Online", 1111826, 0},
         {"cs-filevault-locked.txt", 1, "-none-", 1, "Macintosh HD", "Locked", 499036, 1},
         {"cs-converting.txt", 2, "disk1s2", 1, "", "Online", 999345, 1},

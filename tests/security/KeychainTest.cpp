@@ -70,29 +70,13 @@ TEST_F(KeychainTest, CreatedKeychainHasItsModesAndNoKeyInClear) {
 }
 
 TEST_F(KeychainTest, PasswordsAndAccessListsDecideWhoGetsTheKey) {
-    struct Case {
-        const char *name;
-        std::function<void(KeychainTest &)> arrange;
-        long code;  // 0: the signature is made
-    };
-    const std::vector<Case> cases = {
-        {"root, another program", [](KeychainTest &t) { t.scope.program->exe = "/usr/bin/other"; }, 0},
-        {"user, the creating program", [](KeychainTest &t) { t.scope.program->uid = 501; }, 0},
-        {"user, another program",
-         [](KeychainTest &t) {
-             t.scope.program->uid = 501;
-             t.scope.program->exe = "/usr/bin/other";
-         },
-         errSecInteractionNotAllowed},
-        {"password changed elsewhere",
-         [](KeychainTest &t) {
-             SecKeychainRef other;
-             ASSERT_EQ(sec::Keychain::open(t.path, other), errSecSuccess);
-             ASSERT_EQ(other->changePassword(kPassword, "changed"), errSecSuccess);
-         },
-         errSecAuthFailed},
-    };
-    for (const Case &c : cases) {
+    // The user and program (null: the creating one) that use the keychain, whether another program changed
+    // its password in between, and the error code (0: the signature is made).
+    struct Case { const char *name; uid_t uid; const char *exe; bool passwordChanged; long code; };
+    for (const Case &c : std::vector<Case>{{"root, another program", 0, "/usr/bin/other", false, 0},
+                                           {"user, the creating program", 501, nullptr, false, 0},
+                                           {"user, another program", 501, "/usr/bin/other", false, errSecInteractionNotAllowed},
+                                           {"password changed elsewhere", 0, nullptr, true, errSecAuthFailed}}) {
         SCOPED_TRACE(c.name);
         fs::remove(path);
         scope.program->uid = 0;
@@ -101,7 +85,13 @@ TEST_F(KeychainTest, PasswordsAndAccessListsDecideWhoGetsTheKey) {
             VORKSecurity creator(path);
             deviceIdentity(creator);
         }
-        c.arrange(*this);
+        scope.program->uid = c.uid;
+        if (c.exe) scope.program->exe = c.exe;
+        if (c.passwordChanged) {
+            SecKeychainRef other;
+            ASSERT_EQ(sec::Keychain::open(path, other), errSecSuccess);
+            ASSERT_EQ(other->changePassword(kPassword, "changed"), errSecSuccess);
+        }
         VORKSecurity security(path);
         DomainError error;
         auto signature = security.signatureOfData("data", &error);
@@ -132,11 +122,7 @@ TEST_F(KeychainTest, TrustGoesToTheFirstDomainThePrivilegeAllows) {
     auto ca = test::makeCa(root.root().str(), "Trust CA");
     auto cert = certificate(test::issueCertificate(ca, root.root().str(), "leaf", "/CN=leaf"));
     const std::string folder = systemPath("/Library/Security/Trust Settings");
-    struct Case {
-        uid_t uid;
-        bool admin;
-        std::string file;
-    };
+    struct Case { uid_t uid; bool admin; std::string file; };
     for (const Case &c : {Case{0, false, "/System.pem"}, Case{501, true, "/Admin.pem"},
                           Case{501, false, "/Users/501.pem"}}) {
         SCOPED_TRACE(c.file);

@@ -48,20 +48,16 @@ TEST(MachineIdentity, NoSourceRaises) {
     } catch (const Exception &e) { EXPECT_EQ(e.name(), "NSInvalidArgumentException"); }
 }
 
-void addInterface(const SystemRootSandbox &sandbox, const std::string &name, int index,
-                  const std::optional<std::string> &address) {
-    sandbox.root().write("sys/class/net/" + name + "/ifindex", std::to_string(index) + "\n");
-    if (address) sandbox.root().write("sys/class/net/" + name + "/address", *address + "\n");
-}
-
 TEST(NetworkInterfaces, KernelOrderAddressesHardwareAdaptersAndTheDefaultRoute) {
     SystemRootSandbox sandbox;
     EXPECT_TRUE(platform::networkInterfaces().get()->list().empty());
-    addInterface(sandbox, "sit0", 7, std::nullopt);
+    sandbox.root().write("sys/class/net/sit0/ifindex", "7\n");  // no address, no type
     auto add = [&](const std::string &name, int index, int type, bool device) {
-        addInterface(sandbox, name, index, index == 1 ? "00:00:00:00:00:00" : "00:1c:42:aa:bb:0" + std::to_string(index));
-        sandbox.root().write("sys/class/net/" + name + "/type", std::to_string(type) + "\n");
-        if (device) sandbox.root().write("sys/class/net/" + name + "/device/uevent", "");
+        const std::string folder = "sys/class/net/" + name + "/";
+        sandbox.root().write(folder + "ifindex", std::to_string(index) + "\n");
+        sandbox.root().write(folder + "address", (index == 1 ? "00:00:00:00:00:00" : "00:1c:42:aa:bb:0" + std::to_string(index)) + "\n");
+        sandbox.root().write(folder + "type", std::to_string(type) + "\n");
+        if (device) sandbox.root().write(folder + "device/uevent", "");
     };
     add("lo", 1, 772, false);
     add("enp3s0", 2, 1, true);
@@ -87,14 +83,15 @@ TEST(NetworkInterfaces, KernelOrderAddressesHardwareAdaptersAndTheDefaultRoute) 
 
 // Counts how often the list is asked for.
 struct CountingInterfaces : platform::NetworkInterfaces {
+    explicit CountingInterfaces(std::vector<platform::NetworkInterface> list) : interfaces(std::move(list)) {}
     std::vector<platform::NetworkInterface> list() override { return ++calls, interfaces; }
     std::vector<platform::NetworkInterface> interfaces;
     int calls = 0;
 };
 
 TEST(MacAddressCache, FilledOnceInTheDottedFormUnlessEmpty) {
-    auto fake = std::make_shared<CountingInterfaces>();
-    fake->interfaces = {{"en0", "00:1c:42:aa:bb:cc"}, {"en1", ""}, {"", "11:22:33:44:55:66"}, {"en0", "00:00:5e:00:53:01"}};
+    auto fake = std::make_shared<CountingInterfaces>(std::vector<platform::NetworkInterface>{
+        {"en0", "00:1c:42:aa:bb:cc"}, {"en1", ""}, {"", "11:22:33:44:55:66"}, {"en0", "00:00:5e:00:53:01"}});
     auto guard = platform::networkInterfaces().install(fake);
     MacAddressCache cache;
     MacAddressTable table = cache.addresses();
@@ -116,11 +113,7 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
         veth{"veth1a2b", "6a:3f:00:00:00:05", 5}, wired{"enp3s0", "00:1c:42:00:00:02", 2, true},
         wifi{"wlp2s0", "00:1c:42:00:00:03", 3, true}, usb{"enx00e04c", "00:e0:4c:00:00:06", 6, true};
     auto routed = [](NetworkInterface i) { return i.defaultRoute = true, i; };
-    struct Case {
-        const char *name;
-        std::vector<NetworkInterface> interfaces;
-        std::vector<std::string> enAddresses;  // of en0, en1, ...
-    };
+    struct Case { const char *name; std::vector<NetworkInterface> interfaces; std::vector<std::string> enAddresses; };
     const std::vector<Case> cases = {
         {"route on Wi-Fi", {lo, wired, routed(wifi), bridge, veth, usb},
          {"00.1c.42.00.00.03", "00.1c.42.00.00.02", "00.e0.4c.00.00.06"}},
@@ -129,11 +122,9 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
         {"container", {lo, routed(veth)}, {}},
     };
     for (const Case &c : cases) {
-        auto fake = std::make_shared<CountingInterfaces>();
-        fake->interfaces = c.interfaces;
-        auto guard = platform::networkInterfaces().install(fake);
+        auto guard = platform::networkInterfaces().install(std::make_shared<CountingInterfaces>(c.interfaces));
         MacAddressTable table = MacAddressCache().addresses();
-        for (size_t i = 0; i <= c.enAddresses.size(); ++i) {
+        for (size_t i = 0; i <= c.enAddresses.size(); ++i) {  // en0, en1, ... and the first one not made
             auto it = table.find("en" + std::to_string(i));
             std::string found = it == table.end() ? "none" : it->second;
             EXPECT_EQ(found, i < c.enAddresses.size() ? c.enAddresses[i] : "none") << c.name << " en" << i;
@@ -145,8 +136,7 @@ TEST(MacAddressCache, HardwareAdaptersGetEnNamesDefaultRouteFirstThenByIndex) {
 
 TEST(HardwareIdentification, PrimaryAndAlternativeAddresses) {
     // The only test here that fills the process-wide table.
-    auto fake = std::make_shared<CountingInterfaces>();
-    fake->interfaces = {{"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}};
+    auto fake = std::make_shared<CountingInterfaces>(std::vector<platform::NetworkInterface>{{"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}});
     auto guard = platform::networkInterfaces().install(fake);
     EXPECT_EQ(VORKHardwareIdentification::getMacAddress(), "00.1c.42.aa.bb.cc");
     EXPECT_EQ(VORKHardwareIdentification::getAltMacAddress(), "");

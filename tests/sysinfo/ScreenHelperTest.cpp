@@ -54,43 +54,31 @@ TEST(ScreenHelper, LogLinesAndTheCFunction) {
                                                      prefix + "isInView=NO",
                                                      prefix + "newRect={320.000000, 150.000000, 800.000000, 600.000000}",
                                                      prefix + "appFrame={320.000000, 150.000000, 800.000000, 600.000000}"}));
-    // Truncated towards zero; a frame in view and NULL pointers are left alone.
+    // Truncated towards zero.
     x = 2001, y = 100, width = 801, height = 601;
     EXPECT_EQ(adjustWindowCoordinates(&x, &y, &width, &height), 1);
     EXPECT_EQ(std::vector<int32_t>({x, y, width, height}), std::vector<int32_t>({319, 149, 801, 601}));
-    EXPECT_EQ(adjustWindowCoordinates(&x, nullptr, &width, &height), 0);
 }
 
 // An Xvfb server on a display number it picks itself, stopped on destruction.
 struct Xvfb {
-    Xvfb() {
-        int fds[2];
-        if (pipe(fds) != 0) return;
-        const std::string fd = std::to_string(fds[1]);
-        const char *argv[] = {"Xvfb", "-displayfd", fd.c_str(), "-noreset", "-nolisten", "tcp",
-                              "-screen", "0", "1440x900x24", nullptr};
-        if ((pid = fork()) == 0) {
-            close(fds[0]);
-            freopen("/dev/null", "w", stderr);
-            execvp("Xvfb", const_cast<char *const *>(argv));
-            _exit(127);
-        }
-        close(fds[1]);
-        // The number and its line end may come in two writes; the server
-        // fails if the pipe closes between them.
-        char c;
-        while (read(fds[0], &c, 1) == 1 && c != '\n') display += c;
-        close(fds[0]);
-        if (!display.empty()) display.insert(0, ":");
+    // The shell prints its process id, then becomes the server, which prints
+    // its display number on the same pipe.
+    Xvfb() : out(popen("echo $$; exec Xvfb -displayfd 1 -noreset -nolisten tcp -screen 0 1440x900x24 2>/dev/null", "r")) {
+        char line[32];
+        if (out && fgets(line, sizeof line, out)) pid = std::atoi(line);
+        if (out && fgets(line, sizeof line, out)) display = ":" + std::to_string(std::atoi(line));
     }
     ~Xvfb() { stop(); }
     void stop() {
-        if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
-        pid = -1;
+        if (pid > 0) kill(pid, SIGTERM);
+        if (out) pclose(out);
+        pid = -1, out = nullptr;
     }
     int xrandr(const std::string &args) const {
         return std::system(("DISPLAY=" + display + " xrandr " + args + " >/dev/null").c_str());
     }
+    FILE *out;
     pid_t pid = -1;
     std::string display;
 };

@@ -104,8 +104,7 @@ TEST(SystemInformation, VersionToolAtItsFixedPathElseOsRelease) {
         EXPECT_EQ(info.getProductNameFromString(info.sw_versOutput()), "Etc");
     }
     // A version tool at its fixed path is run (a real process) and wins.
-    const auto tool = sandbox.root().write("usr/bin/sw_vers", "#!/bin/sh\nprintf 'ProductName:\\tTool\\n'\n");
-    std::filesystem::permissions(tool, std::filesystem::perms::owner_exec, std::filesystem::perm_options::add);
+    sandbox.root().writeExecutable("usr/bin/sw_vers", "#!/bin/sh\nprintf 'ProductName:\\tTool\\n'\n");
     EXPECT_EQ(info.sw_versOutput(), "ProductName:\tTool\n");
 }
 
