@@ -59,8 +59,6 @@ TEST_F(LocalZone, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
         EXPECT_FALSE(dateFromVorkDateString(text)) << text;
 }
 
-std::string cleaned(const std::string &text) { return RemoveInvalidXmlData::removeInvalidEncodedChars(text); }
-
 TEST(RemoveInvalidXmlData, DropsReferencesToControlCharactersAndKeepsEverythingElse) {
     for (const auto &[text, expected] : std::vector<std::pair<std::string, std::string>>{
              {"a&#8;b", "ab"},
@@ -73,13 +71,11 @@ TEST(RemoveInvalidXmlData, DropsReferencesToControlCharactersAndKeepsEverythingE
              // it is "&#1", not numeric, so everything stays.
              {"x&#&#1;y", "x&#&#1;y"},
              {"&#3;&#3;;&#3", ";&#3"}})
-        EXPECT_EQ(cleaned(text), expected) << text;
+        EXPECT_EQ(RemoveInvalidXmlData::removeInvalidEncodedChars(text), expected) << text;
     for (const char *text : {"a&#10;b", "a&#13;b", "a&#29;b", "a&#30;b", "a&#x8;b", "a&#;b", "a&#12", "x&#-3;y",
                              "&#4294967296;", "&#1e1;", "&#+5;"})
-        EXPECT_EQ(cleaned(text), text) << text;
+        EXPECT_EQ(RemoveInvalidXmlData::removeInvalidEncodedChars(text), text) << text;
 }
-
-std::optional<std::string> filtered(const std::string &bytes) { return VCCMessage::dataByRemovingInvalidXmlCharacters(bytes); }
 
 TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
     const std::vector<std::pair<std::string, std::optional<std::string>>> rows = {
@@ -89,7 +85,7 @@ TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
         {"\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|"},  // U+10000, 10FFFE, 10FFFF
         // Invalid UTF-8: truncated, overlong, surrogate, beyond U+10FFFF.
         {"\xC0\xAF", std::nullopt}, {"\xED\xA0\x80", std::nullopt}, {"ok \xF4\x90\x80\x80", std::nullopt}};
-    for (const auto &[bytes, expected] : rows) EXPECT_EQ(filtered(bytes), expected) << bytes;
+    for (const auto &[bytes, expected] : rows) EXPECT_EQ(VCCMessage::dataByRemovingInvalidXmlCharacters(bytes), expected) << bytes;
 }
 
 }  // namespace
