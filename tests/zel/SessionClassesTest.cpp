@@ -9,7 +9,7 @@
 
 #include "ZelTestSupport.h"
 #include "message/Constants.h"
-#include "platform/Clock.h"
+#include "message/MessageTestSupport.h"
 #include "zel/VCCZelService.h"
 #include "zel/ZelCalls.h"
 
@@ -96,10 +96,7 @@ TEST(ClockSkew, OffByDefaultAndMarksOldRepliesWhenSet) {
 TEST(ClockSkew, TheDifferenceIsComparedExactlyAndAReplyWithoutContentIsLeftAlone) {
     VCCZelRequest request(keepAliveMessage(), std::string("http://127.0.0.1:1/client"));
     request.setMaxClockSkew(300);
-    struct Pinned : platform::Clock {
-        std::chrono::system_clock::time_point now() override { return std::chrono::system_clock::time_point{}; }
-    };
-    auto pinned = platform::clock().install(std::make_shared<Pinned>());
+    auto pinned = platform::clock().install(clockAt(0));
     // Reply time stamp relative to now, in milliseconds, and whether it is skew.
     for (auto [offset, skewed] : {std::pair{-300'000, false}, {300'000, false}, {-300'900, true}, {300'900, true}}) {
         auto reply = VCCMessage::messageWithType("reply");
