@@ -23,13 +23,10 @@ const std::string kLegacyRun = "/private/var/run/vork";
 const std::string kRootTmp = "/Library/Application Support/VORK/tmp";
 const std::string kAppSupport = "/Library/Application Support/VORK";
 
-class FixedEffectiveUser : public platform::EffectiveUser {
-public:
-    explicit FixedEffectiveUser(uid_t uid) : uid_(uid) {}
-    uid_t effectiveUserId() override { return uid_; }
-
-private:
-    uid_t uid_;
+struct FixedEffectiveUser : platform::EffectiveUser {
+    explicit FixedEffectiveUser(uid_t uid) : uid(uid) {}
+    uid_t effectiveUserId() override { return uid; }
+    uid_t uid;
 };
 
 auto actAs(uid_t uid) { return platform::effectiveUser().install(std::make_shared<FixedEffectiveUser>(uid)); }
