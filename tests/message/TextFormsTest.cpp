@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/ScopedEnv.h"
 #include "message/JavaDate.h"
 #include "message/MessageTestSupport.h"
 #include "message/RemoveInvalidXmlData.h"
@@ -29,25 +30,9 @@ TEST(JavaDate, WholeSecondsBothWays) {
         EXPECT_EQ(dateWithJavaEpochString(text).time_since_epoch(), milliseconds(millis)) << text.value_or("none");
 }
 
-// Runs the body in a fixed local time zone (Central European, no tz files
-// needed) and restores the process's zone afterwards.
-class LocalZone : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const char *tz = std::getenv("TZ");
-        if (tz) saved_ = tz;
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-    }
-    void TearDown() override {
-        if (saved_) setenv("TZ", saved_->c_str(), 1);
-        else unsetenv("TZ");
-        tzset();
-    }
-    std::optional<std::string> saved_;
-};
-
-TEST_F(LocalZone, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
+TEST(VorkDate, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
+    // A fixed local time zone: Central European, no tz files needed.
+    ScopedEnv zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     // 17:04:09 CET is 16:04:09 UTC.
     // Summer time: 12:00 CEST is 10:00 UTC.
     for (auto [text, millis] : std::vector<std::pair<const char *, int64_t>>{
