@@ -105,7 +105,7 @@ TEST(MappingRead, LocalNamesWholeTextDecodedDataAndMutableKinds) {
     crate.notes = "old";
     crate.scratch = Bytes{9};
     auto previous = crate.mainLabel = std::make_shared<Label>();
-    readInto(crate, "<crate xmlns:a='urn:a' xmlns='urn:d'><crateID>1</crateID><a:id>12</a:id><other><id>3</id></other>"
+    readInto(crate, "<crate xmlns:a='urn:a' xmlns='urn:d'><other><id>3</id></other><crateID>1</crateID><a:id>12</a:id>"
                     "<unknown>1</unknown><name>  two <b>parts</b> </name><payload>AQI\nD</payload><notes>new</notes>"
                     "<scratch>eA==</scratch><volume>12</volume><extras><k>v</k></extras><mainLabel><text>t</text></mainLabel></crate>");
     EXPECT_EQ(crate.crateID, 12);
