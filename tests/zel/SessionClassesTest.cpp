@@ -50,7 +50,7 @@ TEST(ResourceUrl, TrimsBlanksAndTrailingSlashesAndJoinsTheContext) {
     }
 }
 
-TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSent) {
+TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSentAndItsTimeoutHolds) {
     RefServer server;
     VCCZelService service;
     pointAt(service, server);
@@ -68,15 +68,10 @@ TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSent
     expectRecorded(server, {jsonPair("application", "io.vork.selfservice"), R"(["X-Vork-Trace", "abc"])"});
     EXPECT_EQ(server.requests().find("X-Vork-Absent"), std::string::npos);
     EXPECT_EQ(server.requests().find("some.other.app"), std::string::npos);
-}
-
-TEST(Submit, SlowServerPastTheSessionsTimeoutGivesStatus1999) {
-    RefServer server;
-    ZelInterface session;
-    pointAt(session, server);
-    session.setConnectionTimeout(1);
+    // A slow server past the session's time-out.
+    own.setConnectionTimeout(1);
     server.setFault(R"({"delaySeconds": 3})");
-    EXPECT_EQ(session.submitRequest(keepAliveMessage())->content()->status()->code(), 1999);
+    EXPECT_EQ(own.submitRequest(keepAliveMessage())->content()->status()->code(), 1999);
 }
 
 TEST(ClockSkew, OffByDefaultAndMarksOldRepliesWhenSet) {
