@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "../tests/message/MessageTestSupport.h"
+#include "base/Exception.h"
 #include "message/VCCMessage.h"
 #include "zel/ZelContents.h"
 

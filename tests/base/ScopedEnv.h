@@ -14,8 +14,6 @@ public:
         set(value);
     }
     ~ScopedEnv() { set(previous_); }
-    ScopedEnv(const ScopedEnv &) = delete;
-    ScopedEnv &operator=(const ScopedEnv &) = delete;
 
 private:
     void set(const std::optional<std::string> &value) const {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 
+#include "base/Exception.h"
 #include "message/Constants.h"
 #include "message/MessageTestSupport.h"
 #include "message/VCCMessage.h"
@@ -123,7 +124,8 @@ TEST_F(EnvelopeTest, BlankUuidAndUngatheredAddressesAreFetched) {
     identity->uuid.reset();
     VCCMessage orphan;
     orphan.device().setMacAddresses(std::vector<VCCMacAddress>{});
-    EXPECT_EQ(raised([&] { (void)orphan.saveToXmlData(); }).value_or(Exception("", "")).name(), "NSInvalidArgumentException");
+    EXPECT_THAT([&] { (void)orphan.saveToXmlData(); },
+                ::testing::Throws<Exception>(::testing::Property(&Exception::name, "NSInvalidArgumentException")));
 }
 
 TEST_F(EnvelopeTest, ForbiddenCharactersAreRemovedAndInvalidUtf8GivesNoBytes) {

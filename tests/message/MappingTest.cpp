@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/Exception.h"
 #include "message/MessageTestSupport.h"
 #include "message/VCCMessageContent.h"
 #include "zel/ZelContents.h"
@@ -10,7 +11,11 @@
 namespace vork::test {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Matcher;
+using ::testing::Property;
+using ::testing::Throws;
 
 // The fields of an object written into a bare element.
 std::string written(const MappedObject &object) {
@@ -137,20 +142,21 @@ TEST(MappingRead, ListDeclarationFaultsRaiseOnlyWhenTheElementHasItems) {
     Site site;
     readInto(site, "<site><id>4</id></site>");
     EXPECT_EQ(site.siteID, 4);
-    std::optional<Exception> error = raised([&] { readInto(site, "<site><privileges><p>Read</p></privileges></site>"); });
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->name(), "Array Content Class not in _xmlFieldOrder");
-    EXPECT_EQ(error->reason(), "Array fields in _xmlFieldOrder need to be followed with :className");
+    // The exception's name and reason.
+    auto raises = [](const std::string &name, const Matcher<const std::string &> &reason) {
+        return Throws<Exception>(AllOf(Property(&Exception::name, name), Property(&Exception::reason, reason)));
+    };
+    EXPECT_THAT([&] { readInto(site, "<site><privileges><p>Read</p></privileges></site>"); },
+                raises("Array Content Class not in _xmlFieldOrder",
+                       "Array fields in _xmlFieldOrder need to be followed with :className"));
     Shelf shelf;
     readInto(shelf, "<shelf><items/></shelf>");
-    error = raised([&] { readInto(shelf, "<shelf><items><ns2:item xmlns:ns2='urn:x'/><other/></items></shelf>"); });
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->name(), "The array content class in _xmlFieldOrder could not be created.");
-    EXPECT_EQ(error->reason(),
-              "The array content class NoSuchClass in _xmlFieldOrder for node ns2:item could not be created.");
-    error = raised([&] { readInto(shelf, "<shelf><items>text</items></shelf>"); });
-    ASSERT_TRUE(error);
-    EXPECT_THAT(error->reason(), HasSubstr("for node (null) could"));
+    const std::string notCreated = "The array content class in _xmlFieldOrder could not be created.";
+    EXPECT_THAT([&] { readInto(shelf, "<shelf><items><ns2:item xmlns:ns2='urn:x'/><other/></items></shelf>"); },
+                raises(notCreated,
+                       "The array content class NoSuchClass in _xmlFieldOrder for node ns2:item could not be created."));
+    EXPECT_THAT([&] { readInto(shelf, "<shelf><items>text</items></shelf>"); },
+                raises(notCreated, HasSubstr("for node (null) could")));
 }
 
 TEST(MappingFields, InheritedAndUndeclaredFieldsAreNeitherWrittenNorRead) {

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "base/Exception.h"
 #include "message/ListItems.h"
 #include "message/MappedClass.h"
 #include "platform/Clock.h"
@@ -47,17 +46,6 @@ public:
     std::vector<platform::NetworkInterface> list() override { return interfaces; }
     std::vector<platform::NetworkInterface> interfaces;
 };
-
-// The exception fn raises, if any.
-template <class Fn>
-std::optional<Exception> raised(Fn &&fn) {
-    try {
-        fn();
-    } catch (const Exception &e) {
-        return e;
-    }
-    return std::nullopt;
-}
 
 // --- Sample command-data classes (the fuzz targets read replies into them too)
 
