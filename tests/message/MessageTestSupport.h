@@ -1,5 +1,6 @@
 #pragma once
-// Doubles and sample mapped classes shared by the message tests.
+// Doubles and sample mapped classes shared by the message tests (the server
+// session tests use the doubles, the reply fuzz target the classes).
 #include <chrono>
 #include <cstdint>
 #include <memory>
