@@ -7,16 +7,17 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int *argc, char ***argv);
 
 namespace {
 
-void runFile(const std::filesystem::path &path, int &count) {
+int count = 0;
+
+void runFile(const std::filesystem::path &path) {
     std::ifstream in(path, std::ios::binary);
-    std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
     ++count;
 }
@@ -25,15 +26,13 @@ void runFile(const std::filesystem::path &path, int &count) {
 
 int main(int argc, char **argv) {
     if (LLVMFuzzerInitialize) LLVMFuzzerInitialize(&argc, &argv);
-    int count = 0;
     for (int i = 1; i < argc; ++i) {
-        std::filesystem::path path(argv[i]);
-        if (std::filesystem::is_directory(path)) {
-            for (const auto &entry : std::filesystem::directory_iterator(path))
-                if (entry.is_regular_file()) runFile(entry.path(), count);
-        } else {
-            runFile(path, count);
+        if (!std::filesystem::is_directory(argv[i])) {
+            runFile(argv[i]);
+            continue;
         }
+        for (const auto &entry : std::filesystem::directory_iterator(argv[i]))
+            if (entry.is_regular_file()) runFile(entry.path());
     }
     // An empty input is always worth one run.
     LLVMFuzzerTestOneInput(nullptr, 0);

@@ -1,40 +1,23 @@
 // Arbitrary bytes as a server reply: parsed into typed contents, raw
-// contents and a declaration with the two known faults, then written back.
+// contents and declarations with the two known faults, then written back.
+// The mapped classes are the message tests' own (every field kind, nested
+// objects and lists) and the server's site.
 #include <cstdint>
 #include <string_view>
 
-#include "FuzzClasses.h"
+#include "../tests/message/MessageTestSupport.h"
 #include "base/Exception.h"
 #include "message/VCCMessage.h"
-#include "platform/Clock.h"
-#include "platform/MachineIdentity.h"
-#include "platform/NetworkInterfaces.h"
-
-namespace {
+#include "zel/ZelContents.h"
 
 using namespace vork;
 
-class FixedIdentity : public platform::MachineIdentity {
-public:
-    std::optional<std::string> hardwareUuid() override { return std::string("00000000-0000-4000-8000-000000000000"); }
-};
-
-class FixedInterfaces : public platform::NetworkInterfaces {
-public:
-    std::vector<platform::NetworkInterface> list() override { return {{"en0", "00:11:22:33:44:55"}}; }
-};
-
-bool isDeclarationFault(const Exception &e) {
-    return e.name() == "Array Content Class not in _xmlFieldOrder" ||
-           e.name() == "The array content class in _xmlFieldOrder could not be created.";
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     // Writing a reply back fills in device facts; keep them off the machine.
-    static auto identity = platform::machineIdentity().install(std::make_shared<FixedIdentity>());
-    static auto interfaces = platform::networkInterfaces().install(std::make_shared<FixedInterfaces>());
+    static auto identity = platform::machineIdentity().install(
+        std::make_shared<test::FakeMachineIdentity>("00000000-0000-4000-8000-000000000000"));
+    static auto interfaces = platform::networkInterfaces().install(std::make_shared<test::FakeNetworkInterfaces>(
+        std::vector<platform::NetworkInterface>{{"en0", "00:11:22:33:44:55"}}));
     return 0;
 }
 
@@ -42,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string_view bytes(reinterpret_cast<const char *>(data), size);
 
     VCCMessage typed;
-    typed.setCommandDataClass(&fuzz::FuzzItem::mapping());
+    typed.setCommandDataClass(&test::Crate::mapping());
     typed.loadFromXmlData(bytes);  // a sound declaration never raises
     (void)typed.saveToXmlData();
 
@@ -54,12 +37,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     (void)raw.saveToXmlData();
 
-    VCCMessage faulty;
-    faulty.setCommandDataClass(&fuzz::LooseList::mapping());
-    try {
-        faulty.loadFromXmlData(bytes);
-    } catch (const Exception &e) {
-        if (!isDeclarationFault(e)) __builtin_trap();
+    // A list entry without item class, and one whose item class does not exist.
+    for (const MappedClass *faultyClass : {&Site::mapping(), &test::Shelf::mapping()}) {
+        VCCMessage faulty;
+        faulty.setCommandDataClass(faultyClass);
+        try {
+            faulty.loadFromXmlData(bytes);
+        } catch (const Exception &e) {
+            if (e.name() != "Array Content Class not in _xmlFieldOrder" &&
+                e.name() != "The array content class in _xmlFieldOrder could not be created.")
+                __builtin_trap();
+        }
     }
     return 0;
 }

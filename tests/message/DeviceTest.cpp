@@ -8,42 +8,24 @@
 namespace vork::test {
 namespace {
 
-// The process-wide address table is filled once per process, so this
-// program gives it one fixed machine before any test runs.
-class FakeMachine : public ::testing::Environment {
-public:
-    void SetUp() override {
-        guard_.emplace(platform::networkInterfaces().install(std::make_shared<FakeNetworkInterfaces>(
-            std::vector<platform::NetworkInterface>{
-                {"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}, {"bridge0", "02:00:00:00:00:01"},
-                {"en12", " 00:1c:42:00:00:12\t"}, {"awdl0", "aa:bb:cc:dd:ee:ff"}, {"enx", "00:1c:42:00:00:0e"},
-                {"en5", "  "}, {"eth0", "00:1c:42:00:00:01"}, {"En7", "00:1c:42:00:00:07"}})));
-    }
-    void TearDown() override { guard_.reset(); }
-
-private:
-    std::optional<platform::ServiceSlot<platform::NetworkInterfaces>::Override> guard_;
-};
-
-const auto *const kMachine = ::testing::AddGlobalTestEnvironment(new FakeMachine);
-
-TEST(Device, OnlyEnInterfacesWithAnAddressQualify) {
-    VCCDevice device;
-    device.retrieveMacAddresses();
-    ASSERT_TRUE(device.macAddresses());
-    std::vector<std::pair<std::string, std::string>> found;
-    for (const VCCMacAddress &mac : *device.macAddresses()) found.emplace_back(*mac.bsdName(), *mac.address());
-    EXPECT_EQ(found, (std::vector<std::pair<std::string, std::string>>{
-                         {"en0", "00.1c.42.aa.bb.cc"}, {"en12", "00.1c.42.00.00.12"}, {"enx", "00.1c.42.00.00.0e"}}));
-}
-
-TEST(Device, MissingInfoIsFetchedOnlyWhenMissing) {
+TEST(Device, MissingInfoIsFetchedOnlyWhenMissingAndOnlyEnInterfacesWithAnAddressQualify) {
+    // The process-wide address table is filled on first use, which is this
+    // test's: no other test of this program asks for the machine's addresses.
+    auto interfaces = platform::networkInterfaces().install(std::make_shared<FakeNetworkInterfaces>(
+        std::vector<platform::NetworkInterface>{
+            {"lo0", ""}, {"en0", "00:1c:42:aa:bb:cc"}, {"bridge0", "02:00:00:00:00:01"},
+            {"en12", " 00:1c:42:00:00:12\t"}, {"awdl0", "aa:bb:cc:dd:ee:ff"}, {"enx", "00:1c:42:00:00:0e"},
+            {"en5", "  "}, {"eth0", "00:1c:42:00:00:01"}, {"En7", "00:1c:42:00:00:07"}}));
     auto identity = std::make_shared<FakeMachineIdentity>("HW-UUID");
     auto guard = platform::machineIdentity().install(identity);
     VCCDevice device;
     device.retrieveMissingDeviceInfo();
     EXPECT_EQ(device.uuid(), "HW-UUID");
-    EXPECT_EQ(device.macAddresses()->size(), 3u);
+    ASSERT_TRUE(device.macAddresses());
+    std::vector<std::pair<std::string, std::string>> found;
+    for (const VCCMacAddress &mac : *device.macAddresses()) found.emplace_back(*mac.bsdName(), *mac.address());
+    EXPECT_EQ(found, (std::vector<std::pair<std::string, std::string>>{
+                         {"en0", "00.1c.42.aa.bb.cc"}, {"en12", "00.1c.42.00.00.12"}, {"enx", "00.1c.42.00.00.0e"}}));
     device.setUuid("mine");
     device.setMacAddresses(std::vector<VCCMacAddress>{});
     device.retrieveMissingDeviceInfo();

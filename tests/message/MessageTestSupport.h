@@ -1,13 +1,14 @@
 #pragma once
-// Doubles and sample mapped classes shared by the message tests.
+// Doubles and sample mapped classes shared by the message tests (the server
+// session tests use the doubles, the reply fuzz target the classes).
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "base/Exception.h"
 #include "message/ListItems.h"
 #include "message/MappedClass.h"
 #include "platform/Clock.h"
@@ -16,27 +17,27 @@
 
 namespace vork::test {
 
-class FixedClock : public platform::Clock {
-public:
-    explicit FixedClock(std::chrono::system_clock::time_point now) : now_(now) {}
-    std::chrono::system_clock::time_point now() override { return now_; }
-
-private:
-    std::chrono::system_clock::time_point now_;
+// A clock pinned at the given seconds (and milliseconds) after 1970.
+struct FixedClock : platform::Clock {
+    std::chrono::system_clock::time_point at;
+    std::chrono::system_clock::time_point now() override { return at; }
 };
-
-// A clock at the given seconds (and milliseconds) after 1970.
 inline std::shared_ptr<FixedClock> clockAt(int64_t seconds, int64_t millis = 0) {
-    return std::make_shared<FixedClock>(std::chrono::system_clock::time_point(std::chrono::seconds(seconds) +
-                                                                              std::chrono::milliseconds(millis)));
+    auto clock = std::make_shared<FixedClock>();
+    clock->at = std::chrono::system_clock::time_point(std::chrono::seconds(seconds) + std::chrono::milliseconds(millis));
+    return clock;
 }
 
-// Machine doubles that count how often they are asked.
+// Machine doubles; the identity counts how often it is asked, or fails.
 class FakeMachineIdentity : public platform::MachineIdentity {
 public:
-    explicit FakeMachineIdentity(std::optional<std::string> uuid) : uuid(std::move(uuid)) {}
-    std::optional<std::string> hardwareUuid() override { return ++calls, uuid; }
+    explicit FakeMachineIdentity(std::optional<std::string> uuid, bool fails = false) : uuid(std::move(uuid)), fails(fails) {}
+    std::optional<std::string> hardwareUuid() override {
+        if (fails) throw std::runtime_error("firmware table unreadable");
+        return ++calls, uuid;
+    }
     std::optional<std::string> uuid;
+    bool fails;
     int calls = 0;
 };
 
@@ -47,35 +48,7 @@ public:
     std::vector<platform::NetworkInterface> interfaces;
 };
 
-// The exception fn raises, if any.
-template <class Fn>
-std::optional<Exception> raised(Fn &&fn) {
-    try {
-        fn();
-    } catch (const Exception &e) {
-        return e;
-    }
-    return std::nullopt;
-}
-
-// --- Sample command-data classes
-
-// Derived element name "ping"; one field of each scalar kind.
-class PingRequest : public Mapped<PingRequest> {
-public:
-    bool invalidate = false;
-    int32_t count = 0;
-    std::optional<std::string> note;
-    double ratio = 0;
-    std::optional<Bytes> blob;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<PingRequest>("PingRequest")
-            .fieldOrder({"invalidate", "count", "note", "ratio", "blob"})
-            .field("note", &PingRequest::note).field("invalidate", &PingRequest::invalidate)
-            .field("count", &PingRequest::count).field("ratio", &PingRequest::ratio).field("blob", &PingRequest::blob);
-        return cls;
-    }
-};
+// --- Sample command-data classes (the fuzz targets read replies into them too)
 
 // A list item class with an "xsi:type".
 class Label : public Mapped<Label> {
@@ -96,6 +69,7 @@ public:
     std::optional<std::string> name;
     std::optional<std::string> notes;  // mutable text
     uint8_t small = 0;
+    double ratio = 0;
     bool sealed = false;
     std::optional<Bytes> payload;
     std::optional<Bytes> scratch;  // mutable data
@@ -109,43 +83,16 @@ public:
     std::vector<std::shared_ptr<VCCDataListItem>> parts;
     static const MappedClass &mapping() {
         static const MappedClass cls = MappedClass::define<Crate>("Crate").alias("crate")
-            .fieldOrder({"crateID=id", "name", "notes", "small", "sealed", "payload", "scratch", "mainLabel", "volume",
+            .fieldOrder({"crateID=id", "name", "notes", "small", "ratio", "sealed", "payload", "scratch", "mainLabel", "volume",
                          "extras", "labels:Label", "tags:VCCStringListItem", "names:NSString", "counts:NSNumber",
                          "parts:VCCDataListItem", "noSuchField"})
             .field("crateID", &Crate::crateID).field("name", &Crate::name)
             .field("notes", &Crate::notes, FieldKind::MutableText).field("small", &Crate::small)
-            .field("sealed", &Crate::sealed).field("payload", &Crate::payload)
+            .field("ratio", &Crate::ratio).field("sealed", &Crate::sealed).field("payload", &Crate::payload)
             .field("scratch", &Crate::scratch, FieldKind::MutableData).field("mainLabel", &Crate::mainLabel)
             .field("volume", &Crate::volume).field("extras", &Crate::extras).field("labels", &Crate::labels)
             .field("tags", &Crate::tags).field("names", &Crate::names).field("counts", &Crate::counts)
             .field("parts", &Crate::parts);
-        return cls;
-    }
-};
-
-// A site as the server's site list has it: the privileges entry names no
-// item class, which writes fine and fails to read.
-class LooseSite : public Mapped<LooseSite> {
-public:
-    int32_t siteID = 0;
-    std::optional<std::string> name;
-    std::vector<std::shared_ptr<VCCStringListItem>> privileges;
-    bool currentUserSite = false;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<LooseSite>("LooseSite").alias("site")
-            .fieldOrder({"siteID=id", "name", "privileges", "currentUserSite"})
-            .field("siteID", &LooseSite::siteID).field("name", &LooseSite::name)
-            .field("privileges", &LooseSite::privileges).field("currentUserSite", &LooseSite::currentUserSite);
-        return cls;
-    }
-};
-
-class LooseSitesResponse : public Mapped<LooseSitesResponse> {
-public:
-    std::vector<std::shared_ptr<LooseSite>> sites;
-    static const MappedClass &mapping() {
-        static const MappedClass cls = MappedClass::define<LooseSitesResponse>("LooseSitesResponse")
-            .alias("clientSitePrivileges").fieldOrder({"sites:LooseSite"}).field("sites", &LooseSitesResponse::sites);
         return cls;
     }
 };

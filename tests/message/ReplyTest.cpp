@@ -30,9 +30,9 @@ const char kOkStatus[] = "<status><code>0</code><timestamp>1700000000000</timest
 
 TEST(Reply, EnvelopeFieldsAndTypedContent) {
     VCCMessage message;
-    message.setCommandDataClass(&PingRequest::mapping());
-    message.loadFromXmlData(reply(content(kOkStatus, "<commandData><ping><ns2:count>3</ns2:count><note> n </note>"
-                                                     "<extra>skipped</extra></ping></commandData>")));
+    message.setCommandDataClass(&Crate::mapping());
+    message.loadFromXmlData(reply(content(kOkStatus, "<commandData><crate><ns2:id>3</ns2:id><name> n </name>"
+                                                     "<extra>skipped</extra></crate></commandData>")));
     EXPECT_EQ(message.device().uuid(), "DEV-1");
     ASSERT_EQ(message.device().macAddresses().value_or(std::vector<VCCMacAddress>{}).size(), 1u);
     EXPECT_EQ((*message.device().macAddresses())[0].bsdName(), "en0");
@@ -41,10 +41,10 @@ TEST(Reply, EnvelopeFieldsAndTypedContent) {
     ASSERT_EQ(message.contents().size(), 1u);
     EXPECT_EQ(message.content()->uuid(), "C-1");
     EXPECT_EQ(message.content()->commandType(), "io.vork.agent.keepaliveresponse");
-    auto ping = message.content()->commandDataAs<PingRequest>();
-    ASSERT_NE(ping, nullptr);
-    EXPECT_EQ(ping->count, 3);
-    EXPECT_EQ(ping->note, " n ");
+    auto crate = message.content()->commandDataAs<Crate>();
+    ASSERT_NE(crate, nullptr);
+    EXPECT_EQ(crate->crateID, 3);
+    EXPECT_EQ(crate->name, " n ");
 }
 TEST(Reply, WithoutClassTheRawContentElementIsKept) {
     VCCMessage message;
@@ -94,15 +94,15 @@ TEST(Reply, ContentsStatusesAndMissingCommandData) {
     VCCMessage message;
     auto own = std::make_shared<VCCMessageContent>();
     message.addContent(own);
-    message.setCommandDataClass(&PingRequest::mapping());
+    message.setCommandDataClass(&Crate::mapping());
     message.loadFromXmlData(reply(content("<status><code>1421</code><timestamp>1500</timestamp><title>X</title>"
                                           "<message>Y</message><extendedMessage>more</extendedMessage></status>",
                                           "") +
                                   content("", "<commandData><other/></commandData>")));
     ASSERT_EQ(message.contents().size(), 3u);
     EXPECT_EQ(message.content(), own);
-    ASSERT_NE(message.contents()[2]->commandDataAs<PingRequest>(), nullptr);
-    EXPECT_EQ(message.contents()[2]->commandDataAs<PingRequest>()->count, 0);
+    ASSERT_NE(message.contents()[2]->commandDataAs<Crate>(), nullptr);
+    EXPECT_EQ(message.contents()[2]->commandDataAs<Crate>()->crateID, 0);
     std::shared_ptr<VCCStatus> status = message.contents()[1]->status();
     EXPECT_EQ(status->code(), 1421);
     EXPECT_EQ(status->description(), "Device Not Found - The device specified could not be found.");

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/ScopedEnv.h"
 #include "message/JavaDate.h"
 #include "message/MessageTestSupport.h"
 #include "message/RemoveInvalidXmlData.h"
@@ -29,25 +30,9 @@ TEST(JavaDate, WholeSecondsBothWays) {
         EXPECT_EQ(dateWithJavaEpochString(text).time_since_epoch(), milliseconds(millis)) << text.value_or("none");
 }
 
-// Runs the body in a fixed local time zone (Central European, no tz files
-// needed) and restores the process's zone afterwards.
-class LocalZone : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const char *tz = std::getenv("TZ");
-        if (tz) saved_ = tz;
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-    }
-    void TearDown() override {
-        if (saved_) setenv("TZ", saved_->c_str(), 1);
-        else unsetenv("TZ");
-        tzset();
-    }
-    std::optional<std::string> saved_;
-};
-
-TEST_F(LocalZone, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
+TEST(VorkDate, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
+    // A fixed local time zone: Central European, no tz files needed.
+    ScopedEnv zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     // 17:04:09 CET is 16:04:09 UTC.
     // Summer time: 12:00 CEST is 10:00 UTC.
     for (auto [text, millis] : std::vector<std::pair<const char *, int64_t>>{
@@ -58,8 +43,6 @@ TEST_F(LocalZone, CalendarDatesInLocalTimeAndTextsThatDoNotMatch) {
                              "2014-13-01", "2014-03-05 24:00:00", "2014-03-05 17:04:09 ", "x2014-03-05"})
         EXPECT_FALSE(dateFromVorkDateString(text)) << text;
 }
-
-std::string cleaned(const std::string &text) { return RemoveInvalidXmlData::removeInvalidEncodedChars(text); }
 
 TEST(RemoveInvalidXmlData, DropsReferencesToControlCharactersAndKeepsEverythingElse) {
     for (const auto &[text, expected] : std::vector<std::pair<std::string, std::string>>{
@@ -73,13 +56,11 @@ TEST(RemoveInvalidXmlData, DropsReferencesToControlCharactersAndKeepsEverythingE
              // it is "&#1", not numeric, so everything stays.
              {"x&#&#1;y", "x&#&#1;y"},
              {"&#3;&#3;;&#3", ";&#3"}})
-        EXPECT_EQ(cleaned(text), expected) << text;
+        EXPECT_EQ(RemoveInvalidXmlData::removeInvalidEncodedChars(text), expected) << text;
     for (const char *text : {"a&#10;b", "a&#13;b", "a&#29;b", "a&#30;b", "a&#x8;b", "a&#;b", "a&#12", "x&#-3;y",
                              "&#4294967296;", "&#1e1;", "&#+5;"})
-        EXPECT_EQ(cleaned(text), text) << text;
+        EXPECT_EQ(RemoveInvalidXmlData::removeInvalidEncodedChars(text), text) << text;
 }
-
-std::optional<std::string> filtered(const std::string &bytes) { return VCCMessage::dataByRemovingInvalidXmlCharacters(bytes); }
 
 TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
     const std::vector<std::pair<std::string, std::optional<std::string>>> rows = {
@@ -89,7 +70,7 @@ TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
         {"\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|"},  // U+10000, 10FFFE, 10FFFF
         // Invalid UTF-8: truncated, overlong, surrogate, beyond U+10FFFF.
         {"\xC0\xAF", std::nullopt}, {"\xED\xA0\x80", std::nullopt}, {"ok \xF4\x90\x80\x80", std::nullopt}};
-    for (const auto &[bytes, expected] : rows) EXPECT_EQ(filtered(bytes), expected) << bytes;
+    for (const auto &[bytes, expected] : rows) EXPECT_EQ(VCCMessage::dataByRemovingInvalidXmlCharacters(bytes), expected) << bytes;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "util/FileManager.h"
 
 #include <gtest/gtest.h>
-#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "base/ScopedEnv.h"
 #include "platform/EffectiveUser.h"
 #include "support/TempDir.h"
 
@@ -23,33 +23,13 @@ const std::string kLegacyRun = "/private/var/run/vork";
 const std::string kRootTmp = "/Library/Application Support/VORK/tmp";
 const std::string kAppSupport = "/Library/Application Support/VORK";
 
-class FixedEffectiveUser : public platform::EffectiveUser {
-public:
-    explicit FixedEffectiveUser(uid_t uid) : uid_(uid) {}
-    uid_t effectiveUserId() override { return uid_; }
-
-private:
-    uid_t uid_;
+struct FixedEffectiveUser : platform::EffectiveUser {
+    explicit FixedEffectiveUser(uid_t uid) : uid(uid) {}
+    uid_t effectiveUserId() override { return uid; }
+    uid_t uid;
 };
 
 auto actAs(uid_t uid) { return platform::effectiveUser().install(std::make_shared<FixedEffectiveUser>(uid)); }
-
-// Sets or clears TMPDIR for one test and puts the old value back.
-class ScopedTmpDir {
-public:
-    explicit ScopedTmpDir(const std::optional<std::string> &value) {
-        if (const char *old = std::getenv("TMPDIR")) previous_ = old;
-        set(value);
-    }
-    ~ScopedTmpDir() { set(previous_); }
-
-private:
-    static void set(const std::optional<std::string> &value) {
-        if (value) ::setenv("TMPDIR", value->c_str(), 1);
-        else ::unsetenv("TMPDIR");
-    }
-    std::optional<std::string> previous_;
-};
 
 struct stat statOf(const fs::path &path) {
     struct stat info {};
@@ -99,11 +79,6 @@ protected:
 
     test::SystemRootSandbox sandbox;
 };
-
-TEST(FileManagerPermissions, AdminGroupIsSudo) {
-    const struct group *sudo = ::getgrnam("sudo");
-    EXPECT_EQ(adminGroupId(), sudo ? sudo->gr_gid : 27u);
-}
 
 TEST_F(FileManagerRun, WrongModeIncludingSetIdBitsOrWrongOwnerReplacesTheFolder) {
     expectReplaced(kRun, 0755, 0, adminGroupId());
@@ -176,7 +151,7 @@ TEST_F(FileManagerRun, AsRootTheRootTempFolderIsUsedAndRepairedOnEveryCall) {
 
 TEST_F(FileManagerRun, NonRootUsesTmpDirFromEnvironment) {
     test::TempDir userTmp;
-    ScopedTmpDir env(userTmp.str());
+    test::ScopedEnv env("TMPDIR", userTmp.str());
     auto guard = actAs(501);
     EXPECT_EQ(FileManager::nsTempDir(), userTmp.str());
     EXPECT_EQ(FileManager::vorkTmpFile("x"), userTmp.str() + "/VORK/x");
@@ -190,13 +165,13 @@ TEST_F(FileManagerRun, NonRootUsesTmpDirFromEnvironment) {
 }
 
 TEST_F(FileManagerRun, WithoutTmpDirTheSystemTmpUnderTheRootElsePrivateTmpIsUsed) {
-    ScopedTmpDir env{std::string()};  // set but empty counts as unset
+    test::ScopedEnv env("TMPDIR", std::string());  // set but empty counts as unset
     EXPECT_EQ(FileManager::nsTempDir(), "");
     EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/private/tmp/VORK").string());
     EXPECT_TRUE(fs::is_directory(sandbox.at("/private/tmp/VORK")));
     fs::create_directories(sandbox.at("/tmp"));
     EXPECT_EQ(FileManager::nsTempDir(), sandbox.at("/tmp").string());
-    ScopedTmpDir unset(std::nullopt);
+    test::ScopedEnv unset("TMPDIR", std::nullopt);
     EXPECT_EQ(FileManager::nonRootTempDir(), sandbox.at("/tmp/VORK").string());
     EXPECT_TRUE(fs::is_directory(sandbox.at("/tmp/VORK")));
 }

@@ -43,22 +43,18 @@ TEST(StringsManipulation, TrimmingFunctions) {
     expectTransform("removeLeadingWhitespace", removeLeadingWhitespace, {{" \n\t a b \n", "a b \n"}, {"\n\n", ""}});
 }
 
-TEST(StringsManipulation, TrimCharactersOfTextWorksOnCodePoints) {
+TEST(StringsManipulation, TrimCharactersOfTextWorksOnCodePointsAndOfASet) {
     const std::vector<std::tuple<bool, std::string, Text, std::string>> rows = {
         {true, "xxyabcxy", "xy", "abcxy"}, {false, "xxyabcxy", "xy", "xxyabc"}, {true, "xyxy", "yx", ""},
         // None is the empty set: nothing is removed.
         {true, "  a", nullopt, "  a"}, {false, "a  ", nullopt, "a  "},
         // "é" and "è" share their first UTF-8 byte; only the listed one goes.
-        {false, "caféè", "è", "café"}, {true, "ééx€", "é", "x€"}, {false, "x€€", "€", "x"},
-        };
+        {false, "caféè", "è", "café"}, {true, "ééx€", "é", "x€"}, {false, "x€€", "€", "x"}};
     for (const auto &[leading, text, characters, expected] : rows) {
         SCOPED_TRACE(text);
         EXPECT_EQ(leading ? trimLeadingCharacters(text, characters) : trimTrailingCharacters(text, characters), expected);
         EXPECT_EQ(trimLeadingOrTrailingCharacters(text, characters, leading), expected);
     }
-}
-
-TEST(StringsManipulation, TrimCharactersInSet) {
     const CharacterSet digits = [](char32_t c) { return c >= U'0' && c <= U'9'; };
     EXPECT_EQ(trimLeadingCharactersInSet("123abc456", digits), "abc456");
     EXPECT_EQ(trimTrailingCharactersInSet("123abc456", digits), "123abc");
@@ -79,7 +75,7 @@ TEST(StringsSearch, EmptinessTests) {
     }
 }
 
-TEST(StringsSearch, ContainsTheStringAndContainsStrings) {
+TEST(StringsSearch, ContainsHasAnyPrefixAndFoundInArray) {
     EXPECT_FALSE(containsTheString("Disk0s2", std::string("S2")));
     EXPECT_TRUE(containsTheString("Disk0s2", std::string("S2"), true));
     EXPECT_FALSE(containsTheString("Disk0s2", nullopt));
@@ -87,6 +83,11 @@ TEST(StringsSearch, ContainsTheStringAndContainsStrings) {
     EXPECT_TRUE(containsStrings("anything", {}));
     EXPECT_FALSE(containsStrings("Apple SSD Media", {"SSD", "media"}));
     EXPECT_TRUE(containsStrings("Apple SSD Media", {"ssd", "media"}, true));
+    EXPECT_TRUE(hasAnyPrefix("disk0s1", {"cd", "disk"}));
+    EXPECT_FALSE(hasAnyPrefix("ab", {"abc"}));
+    EXPECT_TRUE(foundInArray("b", {"a", "b"}));
+    EXPECT_FALSE(foundInArray("B", {"a", "b"}));
+    EXPECT_TRUE(foundInArray("", {""}));
 }
 
 TEST(StringsSearch, MatchesIsCaseInsensitiveSearchAnywhere) {
@@ -103,14 +104,6 @@ TEST(StringsSearch, IsNumeric) {
     for (const char *text : {"", "   ", ".", "1e5", "+2", "1.2.3", "--1", "1 2", "\n5", "-.", "١٢"})
         EXPECT_FALSE(isNumeric(text)) << '"' << text << '"';
     EXPECT_TRUE(isNumeric("-" + std::string(200000, '9') + "." + std::string(200000, '9')));
-}
-
-TEST(StringsSearch, HasAnyPrefixAndFoundInArrayIsExact) {
-    EXPECT_TRUE(hasAnyPrefix("disk0s1", {"cd", "disk"}));
-    EXPECT_FALSE(hasAnyPrefix("ab", {"abc"}));
-    EXPECT_TRUE(foundInArray("b", {"a", "b"}));
-    EXPECT_FALSE(foundInArray("B", {"a", "b"}));
-    EXPECT_TRUE(foundInArray("", {""}));
 }
 
 TEST(StringsFields, FindValueBetween) {

@@ -52,7 +52,7 @@ TEST(VORKXMLMessage, PropertiesRelativeToTheContentsNode) {
         EXPECT_EQ(message.boolForProperty(property), flag) << property;
 }
 
-TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocumentAndNotXmlReadsNothing) {
+TEST(VORKXMLMessage, PathsStartAtTheDocumentWithoutCommandDataOrAtTheGivenNodeAndNotXmlReadsNothing) {
     VORKXMLMessage reply = VORKXMLMessage::messageWithString("<reply><status><code>5</code></status></reply>");
     EXPECT_EQ(reply.valueForProperty("status/code"), "");
     EXPECT_EQ(reply.integerForProperty("reply/status/code"), 5);
@@ -61,16 +61,14 @@ TEST(VORKXMLMessage, WithoutCommandDataPathsStartAtTheDocumentAndNotXmlReadsNoth
     EXPECT_TRUE(message.xml()->lastError());
     EXPECT_EQ(message.valueForProperty("a"), "");
     EXPECT_TRUE(message.nodesForProperty("a").empty());
-}
-
-TEST(VORKXMLMessage, MessageWithNodeHasNoDocumentAndNoPrettyXml) {
+    // A message made from a node starts there and has no document.
     VORKXMLDocument doc("<a><b><c>x</c></b></a>");
     std::optional<VORKXMLNode> b = doc.rootNode().firstNodeForXPath("a/b");
     ASSERT_TRUE(b);
-    VORKXMLMessage message = VORKXMLMessage::messageWithNode(*b);
-    EXPECT_FALSE(message.xml());
-    EXPECT_EQ(message.valueForProperty("c"), "x");
-    EXPECT_EQ(message.prettyXml(), "");
+    VORKXMLMessage fromNode = VORKXMLMessage::messageWithNode(*b);
+    EXPECT_FALSE(fromNode.xml());
+    EXPECT_EQ(fromNode.valueForProperty("c"), "x");
+    EXPECT_EQ(fromNode.prettyXml(), "");
 }
 
 TEST(VORKXMLNode, StringValueByKind) {

@@ -1,6 +1,6 @@
 // What each server call puts on the wire, as the reference server recorded
 // it (request type, command-data element, fields in order, value spellings),
-// and what its answer reads into.
+// what its answer reads into, and the device record around it.
 #include <VORKCoreCommC/VORKCoreCommC.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ZelTestSupport.h"
+#include "message/MessageTestSupport.h"
 #include "zel/ZelCalls.h"
 
 using namespace vork;
@@ -23,11 +24,7 @@ Call onSession() {
     return call;
 }
 
-class CallShape : public ::testing::Test {
-protected:
-    void SetUp() override { useServer(server); }
-    RefServer server;
-};
+using CallShape = OnServer;
 
 constexpr int kAnyStatus = -2;
 
@@ -142,6 +139,41 @@ TEST_F(CallShape, SitePrivilegesReadIntoSitesUnlessTheArrayHasNoElementClass) {
     const std::string text = clientSitePrivileges("Self Service");
     EXPECT_EQ(statusCodeOf(text), 0);
     EXPECT_NE(text.find("Read Computers"), std::string::npos);
+}
+
+// A machine that cannot be identified still gets the status-1999 message
+// from every C function.
+TEST_F(CallShape, UnidentifiedMachineGetsTheFailureMessageFromEveryServerCall) {
+    const std::vector<std::function<const char *()>> calls = {
+        [] { return keepAlive(0); },         [] { return computerInventoryPrefs(); },
+        [] { return clientSitePrivileges("Self Service"); }, [] { return clientSiteSelection(2); },
+        [] { return adminSave("<adminSave/>"); },             [] { return adminAddObject(); },
+        [] { return getPrinterInfo(1); },    [] { return retrieveScriptData(1); },
+    };
+    for (bool fails : {false, true}) {  // no identifier at all; reading it fails
+        auto guard = platform::machineIdentity().install(std::make_shared<FakeMachineIdentity>(std::nullopt, fails));
+        for (size_t i = 0; i < calls.size(); ++i) {
+            const char *reply = calls[i]();
+            ASSERT_NE(reply, nullptr) << i;
+            EXPECT_EQ(statusCodeOf(reply), 1999) << i << ": " << reply;
+            VCCMessage parsed;
+            parsed.loadFromXmlData(reply);
+            EXPECT_EQ(parsed.device().uuid().value_or(""), "") << i;
+        }
+    }
+    EXPECT_EQ(clientMessages(server), 0u);
+}
+
+TEST_F(CallShape, AReplyWithoutDeviceRecordIsFilledBeforeItIsReturned) {
+    server.setFault(R"({"malformedXml": true})");  // no device record comes back
+    auto guard = platform::machineIdentity().install(
+        std::make_shared<FakeMachineIdentity>("0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F0"));
+    for (const auto &reply : {onSession<ZelCallClientSitePrivileges>().executeAndReturnMessage(),
+                              onSession<ZelCallClientSiteSelection>().executeAndReturnMessage()}) {
+        EXPECT_FALSE(reply->content());
+        EXPECT_EQ(reply->device().uuid(), "0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F0");
+        EXPECT_TRUE(reply->device().macAddresses());
+    }
 }
 
 }  // namespace

@@ -19,11 +19,7 @@ namespace {
 
 constexpr int kFailure = 1999;
 
-class KeepAlive : public ::testing::Test {
-protected:
-    void SetUp() override { useServer(server); }
-    RefServer server;
-};
+using KeepAlive = OnServer;
 
 TEST_F(KeepAlive, PostsOneKeepAliveRequestPerCallAsXmlWithBasicAuthentication) {
     // Blanks and trailing slashes of the typed URL give exactly one "/".

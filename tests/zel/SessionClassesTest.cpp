@@ -9,7 +9,7 @@
 
 #include "ZelTestSupport.h"
 #include "message/Constants.h"
-#include "platform/Clock.h"
+#include "message/MessageTestSupport.h"
 #include "zel/VCCZelService.h"
 #include "zel/ZelCalls.h"
 
@@ -50,7 +50,7 @@ TEST(ResourceUrl, TrimsBlanksAndTrailingSlashesAndJoinsTheContext) {
     }
 }
 
-TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSent) {
+TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSentAndItsTimeoutHolds) {
     RefServer server;
     VCCZelService service;
     pointAt(service, server);
@@ -68,15 +68,10 @@ TEST(Submit, ServiceCredentialsHeadersWithAValueAndTheSessionsApplicationAreSent
     expectRecorded(server, {jsonPair("application", "io.vork.selfservice"), R"(["X-Vork-Trace", "abc"])"});
     EXPECT_EQ(server.requests().find("X-Vork-Absent"), std::string::npos);
     EXPECT_EQ(server.requests().find("some.other.app"), std::string::npos);
-}
-
-TEST(Submit, SlowServerPastTheSessionsTimeoutGivesStatus1999) {
-    RefServer server;
-    ZelInterface session;
-    pointAt(session, server);
-    session.setConnectionTimeout(1);
+    // A slow server past the session's time-out.
+    own.setConnectionTimeout(1);
     server.setFault(R"({"delaySeconds": 3})");
-    EXPECT_EQ(session.submitRequest(keepAliveMessage())->content()->status()->code(), 1999);
+    EXPECT_EQ(own.submitRequest(keepAliveMessage())->content()->status()->code(), 1999);
 }
 
 TEST(ClockSkew, OffByDefaultAndMarksOldRepliesWhenSet) {
@@ -96,10 +91,7 @@ TEST(ClockSkew, OffByDefaultAndMarksOldRepliesWhenSet) {
 TEST(ClockSkew, TheDifferenceIsComparedExactlyAndAReplyWithoutContentIsLeftAlone) {
     VCCZelRequest request(keepAliveMessage(), std::string("http://127.0.0.1:1/client"));
     request.setMaxClockSkew(300);
-    struct Pinned : platform::Clock {
-        std::chrono::system_clock::time_point now() override { return std::chrono::system_clock::time_point{}; }
-    };
-    auto pinned = platform::clock().install(std::make_shared<Pinned>());
+    auto pinned = platform::clock().install(clockAt(0));
     // Reply time stamp relative to now, in milliseconds, and whether it is skew.
     for (auto [offset, skewed] : {std::pair{-300'000, false}, {300'000, false}, {-300'900, true}, {300'900, true}}) {
         auto reply = VCCMessage::messageWithType("reply");

@@ -7,16 +7,6 @@
 
 namespace vork::test {
 
-namespace {
-// The session and its default log exist before any test installs a log of
-// its own, so a recording log is not replaced by the first server call.
-class SessionEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { verifyZelInterface(); }
-};
-const auto *const kEnvironment = ::testing::AddGlobalTestEnvironment(new SessionEnvironment);
-}  // namespace
-
 void useServer(const RefServer &server) {
     setZelUrl(server.url().c_str());
     setZelUsername(server.user().c_str());

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "support/Nginx.h"
 #include "support/RefServer.h"
 
@@ -26,6 +28,13 @@ std::string jsonPair(const std::string &key, const std::string &value);
 std::string fieldsJson(const Fields &fields);
 // Fails the test for each part the server's records do not hold.
 void expectRecorded(const RefServer &server, const std::vector<std::string> &parts);
+
+// A test whose own reference server is the process's session's server.
+class OnServer : public ::testing::Test {
+protected:
+    void SetUp() override { useServer(server); }
+    RefServer server;
+};
 
 // The status code of the first content of a response message's XML, or -1
 // when it has no content.
