@@ -25,8 +25,12 @@ std::shared_ptr<VCCZelRequest> VCCZelRequest::requestWithMessage(std::shared_ptr
 }
 
 void VCCZelRequest::initializeHttpRequest() {
-    originalNotifyObject_ = notifyObject();
-    originalNotifyCompleted_ = notifiesCompleted();
+    // Sent again, the request finds itself installed: the object the caller
+    // gave before the first sending stays the one to tell.
+    if (notifyObject() != this) {
+        originalNotifyObject_ = notifyObject();
+        originalNotifyCompleted_ = notifiesCompleted();
+    }
     setNotifyObject(this);
     setNotifyCompleted(true);
 }

@@ -135,6 +135,10 @@ TEST(Async, CompletionReachesTheOriginalNotifyObjectAndAFailureLeavesNoResult) {
             ASSERT_TRUE(result && result->content());
             EXPECT_EQ(result->content()->status()->code(), 0);
             EXPECT_TRUE(result->content()->commandDataElement());
+            // Sent again, the request still tells the caller's object.
+            EXPECT_EQ(request->submit()->content()->status()->code(), 0);
+            EXPECT_EQ(recorder.completions, 2);
+            EXPECT_EQ(request->originalNotifyObject(), &recorder);
         }
     }
 }
