@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "base/ScopedEnv.h"
+#include "support/ScopedEnv.h"
 #include "message/JavaDate.h"
 #include "message/MessageTestSupport.h"
 #include "message/RemoveInvalidXmlData.h"
@@ -66,6 +66,7 @@ TEST(XmlCharacterFilter, RangesEndOneShortOfXmlAndInvalidUtf8IsNone) {
     const std::vector<std::pair<std::string, std::optional<std::string>>> rows = {
         {"a\tb\nc\rd", "a\tb\nc\rd"},
         {std::string("a\x00\x01\x08\x0B\x0C\x1F" "b", 8), "ab"},
+        {"a long printable run \x01 then \x1F within eight", "a long printable run  then  within eight"},
         {"\xED\x9F\xBE|\xED\x9F\xBF", "\xED\x9F\xBE|"},  // U+D7FE kept, U+D7FF not
         {"\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80|\xF4\x8F\xBF\xBE|"},  // U+10000, 10FFFE, 10FFFF
         // Invalid UTF-8: truncated, overlong, surrogate, beyond U+10FFFF.

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "base/ScopedEnv.h"
+#include "support/ScopedEnv.h"
 #include "platform/EffectiveUser.h"
 #include "support/TempDir.h"
 
