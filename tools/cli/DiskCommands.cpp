@@ -32,10 +32,8 @@ std::vector<Field> currentVolume(std::string &line) {
 
 int partition(const Options &o) {
     const auto &p = o.positional;
-    if (p.size() < 4 || (p.size() - 1) % 3 != 0) {
-        std::fprintf(stderr, "usage: vorkcomm partition DISK-ID NAME FORMAT SIZE-MB [NAME FORMAT SIZE-MB ...] --yes\n");
-        return kExitUsage;
-    }
+    if (p.size() < 4 || (p.size() - 1) % 3 != 0)
+        return usageError("partition DISK-ID NAME FORMAT SIZE-MB [NAME FORMAT SIZE-MB ...] --yes");
     std::vector<long long> sizes;
     for (size_t i = 3; i < p.size(); i += 3) {
         long long size = 0;
@@ -76,10 +74,7 @@ int partition(const Options &o) {
 }
 
 int coreStorage(const Options &o) {
-    if (o.positional.size() > 1) {
-        std::fprintf(stderr, "usage: vorkcomm corestorage [DISK-ID]\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() > 1) return usageError("corestorage [DISK-ID]");
     coreStorageInfoInit();
     ProgressBar bar("corestorage", o);
     if (!loadCoreStorageInfo()) {
@@ -125,10 +120,7 @@ int coreStorage(const Options &o) {
 }
 
 int dmgPartitions(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm dmg-partitions IMAGE\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("dmg-partitions IMAGE");
     const bool multiple = dmgHasMultiplePartitions(o.positional[0].c_str());
     return emit(o, multiple ? "more than one data partition" : "at most one data partition (or the image did not attach)",
                 {{"image", o.positional[0]}, {"multiplePartitions", multiple}}, kExitOk);

@@ -23,10 +23,7 @@ std::string itemIn(const std::string &folder, std::string source) {
 }
 
 int copy(const Options &o) {
-    if (o.positional.size() != 2) {
-        std::fprintf(stderr, "usage: vorkcomm copy SOURCE DESTINATION-FOLDER\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 2) return usageError("copy SOURCE DESTINATION-FOLDER");
     const std::string &source = o.positional[0], &folder = o.positional[1];
     if (!hasEnoughSpaceForFileInDestination(source.c_str(), folder.c_str())) {
         std::fprintf(stderr, "vorkcomm: not enough free space in %s\n", folder.c_str());
@@ -55,10 +52,8 @@ int copy(const Options &o) {
 }
 
 int hash(const Options &o) {
-    if (o.positional.size() != 2 || (o.positional[0] != "md5" && o.positional[0] != "sha512")) {
-        std::fprintf(stderr, "usage: vorkcomm hash md5|sha512 FILE [--background]\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 2 || (o.positional[0] != "md5" && o.positional[0] != "sha512"))
+        return usageError("hash md5|sha512 FILE [--background]");
     const bool md5 = o.positional[0] == "md5";
     const std::string &path = o.positional[1];
     std::string digest;

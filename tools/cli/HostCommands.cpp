@@ -10,10 +10,7 @@ namespace vorkcomm {
 namespace {
 
 int ip(const Options &o) {
-    if (!o.positional.empty()) {
-        std::fprintf(stderr, "usage: vorkcomm ip\n");
-        return kExitUsage;
-    }
+    if (!o.positional.empty()) return usageError("ip");
     const char *address = currentIpAddress();
     if (!*address) {
         std::fprintf(stderr, "no IPv4 address\n");
@@ -23,10 +20,7 @@ int ip(const Options &o) {
 }
 
 int inRange(const Options &o) {
-    if (o.positional.size() != 3) {
-        std::fprintf(stderr, "usage: vorkcomm in-range ADDRESS START END\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 3) return usageError("in-range ADDRESS START END");
     bool inside = ipAddressInRange(o.positional[0].c_str(), o.positional[1].c_str(), o.positional[2].c_str());
     return emit(o, inside ? "in range" : "not in range", {{"inRange", inside}}, inside ? kExitOk : kExitFailure);
 }

@@ -66,6 +66,11 @@ JsonRaw jsonArray(const std::vector<std::vector<Field>> &items) {
     return {out + "]"};
 }
 
+int usageError(const char *usage) {
+    std::fprintf(stderr, "usage: vorkcomm %s\n", usage);
+    return kExitUsage;
+}
+
 int emit(const Options &options, const std::string &human, std::vector<Field> fields, int exitCode) {
     if (options.json()) {
         fields.push_back({"exitCode", static_cast<long long>(exitCode)});

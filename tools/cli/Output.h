@@ -34,6 +34,9 @@ JsonRaw jsonArray(const std::vector<std::vector<Field>> &items);
 // "exitCode" added) and answers exitCode.
 int emit(const Options &options, const std::string &human, std::vector<Field> fields, int exitCode);
 
+// "usage: vorkcomm <usage>" on stderr; answers kExitUsage.
+int usageError(const char *usage);
+
 // A note for people on stderr (a line break is added); nothing with --quiet
 // or --json.
 void note(const Options &options, const char *format, ...) __attribute__((format(printf, 2, 3)));

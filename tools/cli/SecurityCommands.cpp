@@ -83,10 +83,7 @@ std::vector<Field> describe(const vork::VORKSecurityCertificate &certificate, st
 }
 
 int keychainCreate(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm keychain-create PATH  (password on standard input or asked for)\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("keychain-create PATH  (password on standard input or asked for)");
     const std::string &path = o.positional[0];
     auto password = readSecret("New password for " + path + ": ");
     if (!password || password->empty()) {
@@ -101,10 +98,7 @@ int keychainCreate(const Options &o) {
 }
 
 int keychainUnlock(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm keychain-unlock PATH  (password on standard input or asked for)\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("keychain-unlock PATH  (password on standard input or asked for)");
     const std::string &path = o.positional[0];
     vork::DomainError error;
     auto keychain = vork::VORKSecurityKeychain::loadKeychainAtPath(path, &error);
@@ -117,10 +111,7 @@ int keychainUnlock(const Options &o) {
 }
 
 int keychainList(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm keychain-list PATH\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("keychain-list PATH");
     const std::string &path = o.positional[0];
     vork::DomainError error;
     const auto keychain = vork::VORKSecurityKeychain::loadKeychainAtPath(path, &error);
@@ -146,10 +137,8 @@ int keychainList(const Options &o) {
 }
 
 int certImport(const Options &o) {
-    if (o.positional.size() != 2) {
-        std::fprintf(stderr, "usage: vorkcomm cert-import KEYCHAIN CERTIFICATE  (password on standard input or asked for)\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 2)
+        return usageError("cert-import KEYCHAIN CERTIFICATE  (password on standard input or asked for)");
     const std::string &path = o.positional[0], &file = o.positional[1];
     vork::DomainError error;
     const auto certificate = loadCertificate(file, error);
@@ -168,10 +157,7 @@ int certImport(const Options &o) {
 }
 
 int certShow(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm cert-show CERTIFICATE\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("cert-show CERTIFICATE");
     vork::DomainError error;
     const auto certificate = loadCertificate(o.positional[0], error);
     if (!certificate) return failed(o, "no certificate in " + o.positional[0], error, {{"certificate", o.positional[0]}});

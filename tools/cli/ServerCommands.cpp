@@ -21,11 +21,6 @@ int serverCall(const Options &o, const char *what, Call &&call) {
     return reportAnswer(call(), o, what);
 }
 
-int usageError(const char *usage) {
-    std::fprintf(stderr, "usage: vorkcomm %s\n", usage);
-    return kExitUsage;
-}
-
 // Commands taking one integer argument.
 template <class Fn>
 int withNumber(const Options &o, const char *usage, const char *what, Fn fn) {

@@ -15,10 +15,7 @@ namespace vorkcomm {
 namespace {
 
 int systemInfo(const Options &o) {
-    if (!o.positional.empty()) {
-        std::fprintf(stderr, "usage: vorkcomm system-info\n");
-        return kExitUsage;
-    }
+    if (!o.positional.empty()) return usageError("system-info");
     auto info = vork::VORKSystemInformation::systemInformation();
     const std::string user = info.currentlyLoggedInUsername();
     const std::string uuid = getUdid();
@@ -42,10 +39,7 @@ int systemInfo(const Options &o) {
 }
 
 int osInstallVersion(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm os-install-version VOLUME\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("os-install-version VOLUME");
     const std::string version = getOSXInstallVersion(o.positional[0].c_str());
     if (version.empty()) {
         std::fprintf(stderr, "vorkcomm: no system version recorded under %s\n", o.positional[0].c_str());
@@ -58,10 +52,7 @@ int windowAdjust(const Options &o) {
     long long v[4] = {};
     bool ok = o.positional.size() == 4;
     for (size_t i = 0; ok && i < 4; ++i) ok = parseNumber(o.positional[i], INT32_MIN, INT32_MAX, v[i]);
-    if (!ok) {
-        std::fprintf(stderr, "usage: vorkcomm window-adjust X Y WIDTH HEIGHT\n");
-        return kExitUsage;
-    }
+    if (!ok) return usageError("window-adjust X Y WIDTH HEIGHT");
     int32_t x = static_cast<int32_t>(v[0]), y = static_cast<int32_t>(v[1]);
     int32_t width = static_cast<int32_t>(v[2]), height = static_cast<int32_t>(v[3]);
     const bool moved = adjustWindowCoordinates(&x, &y, &width, &height) != 0;

@@ -106,10 +106,7 @@ std::string downloadTargetProblem(const std::string &path) {
 }
 
 int download(const Options &o) {
-    if (o.positional.size() != 2) {
-        std::fprintf(stderr, "usage: vorkcomm download URL FILE [--user U --password-file F] [--insecure]\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 2) return usageError("download URL FILE [--user U --password-file F] [--insecure]");
     if (const std::string problem = downloadTargetProblem(o.positional[1]); !problem.empty()) {
         std::fprintf(stderr, "vorkcomm: %s\n", problem.c_str());
         return kExitUsage;
@@ -122,10 +119,8 @@ int download(const Options &o) {
 }
 
 int upload(const Options &o) {
-    if (o.positional.size() != 2) {
-        std::fprintf(stderr, "usage: vorkcomm upload URL FILE [--user U --password-file F] [--insecure] [--retries N]\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 2)
+        return usageError("upload URL FILE [--user U --password-file F] [--insecure] [--retries N]");
     long long retries = 0;
     if (o.has("retries") && !parseNumber(o.get("retries"), 0, 1000, retries)) {
         std::fprintf(stderr, "vorkcomm: --retries needs a whole number from 0 to 1000, not '%s'\n",
@@ -141,10 +136,7 @@ int upload(const Options &o) {
 }
 
 int post(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm post URL [--user U --password-file F] [--insecure] < body.xml\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("post URL [--user U --password-file F] [--insecure] < body.xml");
     Credentials c = credentials(o);
     if (!c.ok) return kExitUsage;
     std::string body((std::istreambuf_iterator<char>(std::cin.rdbuf())), std::istreambuf_iterator<char>());

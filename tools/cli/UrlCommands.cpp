@@ -10,10 +10,7 @@ namespace vorkcomm {
 namespace {
 
 int url(const Options &o) {
-    if (o.positional.size() != 1) {
-        std::fprintf(stderr, "usage: vorkcomm server-url ADDRESS\n");
-        return kExitUsage;
-    }
+    if (o.positional.size() != 1) return usageError("server-url ADDRESS");
     const char *result = zelURLFromUserInput(o.positional[0].c_str());
     if (!result) {
         std::fprintf(stderr, "'%s' gives no URL\n", o.positional[0].c_str());
