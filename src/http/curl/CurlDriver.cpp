@@ -26,8 +26,19 @@ std::string hostOf(const std::string &url) {
 
 }  // namespace
 
+constexpr size_t kSpareHandles = 4;
+
+Driver::~Driver() {
+    for (CURL *easy : spare_) curl_easy_cleanup(easy);
+}
+
 void Driver::begin(const std::shared_ptr<Job> &job) {
-    if (const int openError = configureEasyHandle(*job)) {
+    CURL *easy = nullptr;
+    if (!spare_.empty()) {
+        easy = spare_.back();
+        spare_.pop_back();
+    }
+    if (const int openError = configureEasyHandle(*job, easy)) {
         // The body file cannot be read: the connection fails as the
         // platform's body stream would, with the system error.
         Event event{Event::Failed};
@@ -45,7 +56,15 @@ void Driver::end(const std::shared_ptr<Job> &job) {
     if (!job->easy) return;
     curl_multi_remove_handle(multi_, job->easy);
     active_.erase(job->easy);
-    curl_easy_cleanup(job->easy);
+    // A handle that verified a server with the trust settings' authorities
+    // is not kept: its TLS sessions must not outlive them.
+    const bool extraTrust = job->request.tls && !job->request.tls->extraAuthorities.empty();
+    if (!extraTrust && spare_.size() < kSpareHandles) {
+        curl_easy_reset(job->easy);
+        spare_.push_back(job->easy);
+    } else {
+        curl_easy_cleanup(job->easy);
+    }
     job->easy = nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 #include "http/curl/CurlJob.h"
 
@@ -22,7 +23,7 @@ public:
         std::optional<URLCredential> credential;  // Retry: the credential to send
     };
 
-    virtual ~Driver() = default;
+    virtual ~Driver();
     // Safe from the job's starting thread.
     virtual void command(Command command) = 0;
 
@@ -36,6 +37,11 @@ protected:
 
     CURLM *multi_ = nullptr;
     std::unordered_map<CURL *, std::shared_ptr<Job>> active_;
+
+private:
+    // Easy handles of finished jobs, reset and kept for the next ones: a
+    // new handle costs more than a server call's own work.
+    std::vector<CURL *> spare_;
 };
 
 }  // namespace vork::http::curl

@@ -90,8 +90,8 @@ void setCredentials(Job &job) {
 
 }  // namespace
 
-int configureEasyHandle(Job &job) {
-    CURL *easy = curl_easy_init();
+int configureEasyHandle(Job &job, CURL *easy) {
+    if (!easy) easy = curl_easy_init();
     job.easy = easy;
     job.file = job.request.outputFile;
     job.touch();
