@@ -3,9 +3,14 @@
 #include <openssl/pem.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
+#include <optional>
 #include <sstream>
 
 #include "VORKCoreCommC/security/VORKSecurityStatus.h"
@@ -18,6 +23,8 @@
 namespace vork::sec {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr const char *kTrustFolder = "/Library/Security/Trust Settings";
 
@@ -62,6 +69,54 @@ std::vector<std::string> readDomain(const std::string &path) {
     return out;
 }
 
+// The list is read before every HTTPS exchange, and three files (most of
+// them missing) cost more than a kept connection's whole exchange. A reading
+// is kept for a second, for the same three files; a change made by this
+// process drops it at once, one made by another process shows within the
+// second.
+class TrustCache {
+public:
+    using Paths = std::array<std::string, 3>;
+
+    // The kept list for these files, or none (and the state a reading
+    // starting now will be kept for).
+    std::optional<std::vector<std::string>> lookUp(const Paths &paths, uint64_t &generation) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        generation = generation_;
+        if (!valid_ || paths != paths_ || Clock::now() - readAt_ >= kLifetime) return std::nullopt;
+        return certificates_;
+    }
+    // Kept unless a change came in while it was read.
+    void keep(const Paths &paths, Clock::time_point readAt, uint64_t generation,
+              const std::vector<std::string> &certificates) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (generation != generation_) return;
+        paths_ = paths;
+        readAt_ = readAt;
+        certificates_ = certificates;
+        valid_ = true;
+    }
+    void drop() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++generation_;
+        valid_ = false;
+    }
+
+private:
+    static constexpr std::chrono::seconds kLifetime{1};
+    std::mutex mutex_;
+    uint64_t generation_ = 0;
+    bool valid_ = false;
+    Paths paths_;
+    Clock::time_point readAt_;
+    std::vector<std::string> certificates_;
+};
+
+TrustCache &trustCache() {
+    static TrustCache cache;
+    return cache;
+}
+
 OSStatus writeDomain(const std::string &path, const std::vector<std::string> &certificates) {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -82,6 +137,7 @@ OSStatus writeDomain(const std::string &path, const std::vector<std::string> &ce
     }
     util::applyPermissions(temporary, util::permissionsWithMode(0644));
     fs::rename(temporary, path, ec);
+    trustCache().drop();
     if (ec) {
         fs::remove(temporary, ec);
         return errSecIO;
@@ -119,10 +175,16 @@ OSStatus removeTrust(const std::string &der) {
 }
 
 std::vector<std::string> trustedCertificates() {
+    const TrustCache::Paths paths{domainPath(TrustDomain::System), domainPath(TrustDomain::Admin),
+                                  domainPath(TrustDomain::User)};
+    uint64_t generation = 0;
+    if (auto kept = trustCache().lookUp(paths, generation)) return std::move(*kept);
+    const auto readAt = Clock::now();
     std::vector<std::string> all;
-    for (TrustDomain domain : {TrustDomain::System, TrustDomain::Admin, TrustDomain::User})
-        for (std::string &der : readDomain(domainPath(domain)))
+    for (const std::string &path : paths)
+        for (std::string &der : readDomain(path))
             if (std::find(all.begin(), all.end(), der) == all.end()) all.push_back(std::move(der));
+    trustCache().keep(paths, readAt, generation, all);
     return all;
 }
 

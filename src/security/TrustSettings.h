@@ -25,6 +25,8 @@ OSStatus setTrust(const std::string &der, TrustDomain domain);
 // errSecItemNotFound when it was in none of them.
 OSStatus removeTrust(const std::string &der);
 // Every trusted certificate (DER) of the three domains, without repeats.
+// Read at most once a second: a change through setTrust or removeTrust
+// shows at once, a file another process writes within the second.
 std::vector<std::string> trustedCertificates();
 
 }  // namespace vork::sec

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "SecurityDoubles.h"
 #include "VORKCoreCommC/security/VORKSecurity.h"
@@ -143,6 +145,21 @@ TEST_F(KeychainTest, TrustGoesToTheFirstDomainThePrivilegeAllows) {
     DomainError error;
     EXPECT_FALSE(VORKSecurityKeychain(nullptr).trustCertificate(cert, &error));
     EXPECT_EQ(error.code, errSecIO);
+}
+
+TEST_F(KeychainTest, TrustListIsReadAgainAfterAChangeOrASecond) {
+    auto ca = test::makeCa(root.root().str(), "Kept CA");
+    const std::string pem = test::issueCertificate(ca, root.root().str(), "kept", "/CN=kept");
+    ASSERT_TRUE(sec::trustedCertificates().empty());
+    // Another process writes a domain: the list read a moment ago stands...
+    root.root().write("Library/Security/Trust Settings/System.pem", readFile(pem));
+    EXPECT_TRUE(sec::trustedCertificates().empty());
+    // ...for a second at most.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_EQ(sec::trustedCertificates().size(), 1u);
+    // A change through the library shows at once.
+    EXPECT_EQ(sec::removeTrust(readFile(pem + ".der")), errSecSuccess);
+    EXPECT_TRUE(sec::trustedCertificates().empty());
 }
 
 TEST_F(KeychainTest, CaRemovalMatchesTheNameCaseSensitively) {
