@@ -1,25 +1,17 @@
 #include "message/VCCDevice.h"
 
 #include "message/ChildElements.h"
+#include "message/EnvelopeWriter.h"
 #include "sysinfo/VORKHardwareIdentification.h"
 #include "util/Strings.h"
+#include "xml/TreeSink.h"
 #include "xml/XmlNodeExtension.h"
 
 namespace vork {
 
 void VCCDevice::saveToXmlNode(xml::XmlNode &parent, MissingDeviceInfo missing) {
-    if (missing == MissingDeviceInfo::Retrieve) retrieveMissingDeviceInfo();
-    xml::XmlNode device = elementWithName("device");
-    parent.addChild(device);
-    device.addChild(elementWithName("uuid", uuid_));
-    xml::XmlNode list = elementWithName("macAddresses");
-    device.addChild(list);
-    if (!macAddresses_) return;
-    for (const VCCMacAddress &mac : *macAddresses_) {
-        xml::XmlNode element = elementWithName("macAddress", mac.address());
-        list.addChild(element);
-        element.addAttribute("bsdName", mac.bsdName().value_or(""));
-    }
+    xml::TreeSink sink(parent);
+    envelope::writeDevice(*this, sink, missing);
 }
 
 void VCCDevice::loadFromXmlNode(const xml::XmlNode &deviceElement) {

@@ -1,9 +1,10 @@
 #include "message/VCCMessage.h"
 
-#include "base/Format.h"
 #include "message/ChildElements.h"
-#include "message/Constants.h"
+#include "message/EnvelopeWriter.h"
 #include "message/XmlCharacterFilter.h"
+#include "xml/ByteSink.h"
+#include "xml/TreeSink.h"
 #include "xml/XmlNodeExtension.h"
 
 namespace vork {
@@ -28,25 +29,23 @@ void VCCMessage::addContent(std::shared_ptr<VCCMessageContent> content) {
 }
 
 void VCCMessage::addSchemaToElement(xml::XmlNode &root) {
-    root.addNamespace("ns2", kVorkMessageNamespace);
-    root.addNamespace("xsi", kXmlSchemaInstanceNamespace);
-    root.addAttribute("xsi:schemaLocation",
-                      stringf("%s ../src/main/resources/schema/VORKCommunicationSchema.xsd", kVorkMessageNamespace));
+    xml::TreeSink sink(root);
+    envelope::writeSchema(sink);
 }
 
 xml::XmlDocument VCCMessage::saveToXmlDocument(MissingDeviceInfo missing) {
     xml::XmlDocument document = xml::XmlDocument::create();
-    xml::XmlNode root = elementWithName("ns2:vorkMessage");
-    addSchemaToElement(root);
-    document.setRootElement(root);
-    device_.saveToXmlNode(root, missing);
-    root.addChild(elementWithName("application", application_));
-    root.addChild(elementWithName("messageTimestamp", javaEpochString(messageTimestamp_)));
-    for (const auto &content : contents_) content->saveToXmlNode(root);
+    xml::TreeSink sink(document);
+    envelope::writeMessage(*this, sink, missing);
     return document;
 }
 
 std::optional<std::string> VCCMessage::saveToXmlData(MissingDeviceInfo missing) {
+    // Straight to bytes; what only libxml2 writes exactly goes through the
+    // tree.
+    xml::ByteSink bytes;
+    envelope::writeMessage(*this, bytes, missing);
+    if (std::optional<std::string> written = bytes.take()) return dataByRemovingInvalidXmlCharacters(*written);
     return dataByRemovingInvalidXmlCharacters(saveToXmlDocument(missing).xmlData());
 }
 

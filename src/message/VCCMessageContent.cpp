@@ -8,13 +8,20 @@
 #include "base/Exception.h"
 #include "base/Format.h"
 #include "message/ChildElements.h"
+#include "message/EnvelopeWriter.h"
+#include "message/FieldOrder.h"
 #include "message/JavaDate.h"
 #include "message/Uuid.h"
 #include "util/Base64.h"
 #include "xml/TextScalars.h"
+#include "xml/TreeSink.h"
 #include "xml/XmlNodeExtension.h"
 
 namespace vork {
+
+using fieldorder::controlsOf;
+using fieldorder::declaredClass;
+using fieldorder::forEachOrderedField;
 
 namespace {
 
@@ -22,35 +29,8 @@ namespace {
 // registered classes.
 constexpr const char kTextClass[] = "NSString";
 constexpr const char kMutableTextClass[] = "NSMutableString";
-constexpr const char kNumberClass[] = "NSNumber";
 // The concrete class of plain text objects, whose element name is "".
 constexpr const char kPlainTextClass[] = "__NSCFString";
-
-const ControlFields kNoControlFields;
-
-// The declaration that applies to the object: its own class's, or none for
-// an object of a subclass that declares nothing itself.
-const MappedClass *declaredClass(const MappedObject &object) {
-    const MappedClass &cls = object.mappedClass();
-    return cls.isClassOf(object) ? &cls : nullptr;
-}
-
-const ControlFields &controlsOf(const MappedObject &object) {
-    return declaredClass(object) ? object.controlFields() : kNoControlFields;
-}
-
-// Each entry of the object's field order whose field its class declares, in
-// that order; nothing for an object without a declaration or field order.
-template <class Visit>
-void forEachOrderedField(const MappedObject &object, Visit visit) {
-    const MappedClass *cls = declaredClass(object);
-    const ControlFields &controls = controlsOf(object);
-    if (!cls || !controls.fieldOrder) return;
-    for (const std::string &text : *controls.fieldOrder) {
-        const FieldEntry entry = FieldEntry::parse(text);
-        if (const FieldDescriptor *field = cls->field(entry.fieldName)) visit(entry, *field);
-    }
-}
 
 // The C++ class name without namespaces, for classes that declare no type
 // name of their own.
@@ -71,39 +51,9 @@ std::string typeNameOf(const MappedObject &object) {
     return cls ? cls->typeName() : dynamicTypeName(object);
 }
 
-std::string decimal(double value) {
-    char buffer[64];
-    auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, result.ptr);
-}
-
 std::string nodeNameOf(const xml::XmlNode &node) {
     std::string name = node.name();
     return name.empty() ? "(null)" : name;
-}
-
-void saveList(const ListValue &items, xml::XmlNode &listElement) {
-    for (const ListItem &item : items) {
-        if (std::holds_alternative<std::string>(item)) {
-            // Plain text has the name "" and no fields: nothing to write.
-            continue;
-        }
-        if (std::holds_alternative<NumberObject>(item)) {
-            listElement.addChild(VCCNode::elementWithName("ns2:" + VCCMessageContent::nodeNameFromClass(kNumberClass)));
-            continue;
-        }
-        const auto &object = std::get<std::shared_ptr<MappedObject>>(item);
-        if (!object) continue;
-        std::string name = VCCMessageContent::nodeNameFromObject(*object);
-        if (name.empty()) {
-            VCCMessageContent::saveCommandDataObject(*object, listElement);
-            continue;
-        }
-        xml::XmlNode element = VCCNode::elementWithName("ns2:" + name);
-        listElement.addChild(element);
-        VCCMessageContent::addAttributeToNode(element, *object);
-        VCCMessageContent::saveCommandDataObject(*object, element);
-    }
 }
 
 ListValue loadList(const std::string &itemClass, const xml::XmlNode &listElement) {
@@ -115,7 +65,7 @@ ListValue loadList(const std::string &itemClass, const xml::XmlNode &listElement
         } else if (itemClass == kMutableTextClass) {
             // A new mutable text has no mapping: nothing is read into it.
             items.emplace_back(std::string());
-        } else if (itemClass == kNumberClass) {
+        } else if (itemClass == fieldorder::kNumberClass) {
             // The child's text is not read: the number stays zero.
             items.emplace_back(NumberObject{});
         } else {
@@ -161,8 +111,8 @@ std::string VCCMessageContent::nodeNameFromClass(std::string_view typeName) {
 ControlFields VCCMessageContent::xmlControlFieldsInObject(const MappedObject &object) { return controlsOf(object); }
 
 void VCCMessageContent::addAttributeToNode(xml::XmlNode &node, const MappedObject &object) {
-    const ControlFields &controls = controlsOf(object);
-    if (controls.classTypeAttr && !controls.classTypeAttr->empty()) node.addAttribute("xsi:type", *controls.classTypeAttr);
+    xml::TreeSink sink(node);
+    envelope::writeTypeAttribute(object, sink);
 }
 
 std::string VCCMessageContent::stripNamespace(std::string_view name) {
@@ -172,98 +122,27 @@ std::string VCCMessageContent::stripNamespace(std::string_view name) {
     return std::string(rest.substr(0, rest.find(':')));
 }
 
-// --- Writing
+// --- Writing (as a tree; see EnvelopeWriter)
 
 void VCCMessageContent::saveToXmlNode(xml::XmlNode &parent) const {
-    if (auto *raw = std::get_if<xml::XmlNode>(&commandData_); raw && raw->kind() == xml::NodeKind::Element) {
-        // Pre-built content goes out as it stands.
-        parent.addChild(raw->deepCopy());
-        return;
-    }
-    xml::XmlNode content = elementWithName("content");
-    parent.addChild(content);
-    content.addAttribute("xsi:type", "ns2:RequestContent");
-    content.addChild(elementWithName("uuid", uuid_));
-    content.addChild(elementWithName("commandType", commandType_));
-    if (status_) {
-        // A request's status carries its code and the time of writing.
-        xml::XmlNode status = elementWithName("status");
-        content.addChild(status);
-        status.addChild(elementWithName("code", stringf("%ld", static_cast<long>(status_->code()))));
-        status.addChild(elementWithName("timestamp", javaEpochString(dateNow())));
-    }
-    saveCommandDataToXmlNode(content);
+    xml::TreeSink sink(parent);
+    envelope::writeContent(*this, sink);
 }
 
 void VCCMessageContent::saveCommandDataToXmlNode(xml::XmlNode &contentElement) const {
-    if (auto *raw = std::get_if<xml::XmlNode>(&commandData_)) {
-        if (raw->kind() != xml::NodeKind::Element) return;
-        xml::XmlNode commandData = elementWithName("commandData");
-        contentElement.addChild(commandData);
-        commandData.addChild(raw->deepCopy());
-        return;
-    }
-    if (std::holds_alternative<std::string>(commandData_)) {
-        // Plain text has no element name and no fields.
-        contentElement.addChild(elementWithName("commandData"));
-        return;
-    }
-    auto *object = std::get_if<std::shared_ptr<MappedObject>>(&commandData_);
-    if (!object || !*object) return;
-    xml::XmlNode commandData = elementWithName("commandData");
-    contentElement.addChild(commandData);
-    std::string name = nodeNameFromObject(**object);
-    if (name.empty()) {
-        saveCommandDataObject(**object, commandData);
-        return;
-    }
-    xml::XmlNode element = elementWithName(name);
-    commandData.addChild(element);
-    addAttributeToNode(element, **object);
-    saveCommandDataObject(**object, element);
+    xml::TreeSink sink(contentElement);
+    envelope::writeCommandData(*this, sink);
 }
 
 void VCCMessageContent::saveCommandDataObject(const MappedObject &object, xml::XmlNode &element) {
-    forEachOrderedField(object, [&](const FieldEntry &entry, const FieldDescriptor &field) {
-        FieldValue value = field.get(object);
-        if (!std::holds_alternative<std::monostate>(value))
-            saveProperty(field, value, element, stringf("ns2:%s", entry.xmlName.c_str()));
-    });
+    xml::TreeSink sink(element);
+    envelope::writeFields(object, sink);
 }
 
-void VCCMessageContent::saveProperty(const FieldDescriptor &field, const FieldValue &value, xml::XmlNode &parent,
+void VCCMessageContent::saveProperty(const FieldDescriptor &, const FieldValue &value, xml::XmlNode &parent,
                                      const std::string &tagName) {
-    struct Writer {
-        xml::XmlNode &parent;
-        const std::string &tag;
-        void operator()(std::monostate) const {}
-        void operator()(const std::string &text) const { parent.addChild(elementWithName(tag, text)); }
-        void operator()(int64_t number) const {
-            parent.addChild(elementWithName(tag, stringf("%lld", static_cast<long long>(number))));
-        }
-        void operator()(double number) const { parent.addChild(elementWithName(tag, decimal(number))); }
-        void operator()(bool flag) const { parent.addChild(elementWithName(tag, std::string(flag ? "1" : "0"))); }
-        void operator()(const Bytes &data) const {
-            parent.addChild(elementWithName(tag, util::base64EncodedString(data.data(), data.size())));
-        }
-        void operator()(const std::shared_ptr<MappedObject> &object) const {
-            if (!object) return;
-            // A nested object gets no "xsi:type".
-            xml::XmlNode element = elementWithName(tag);
-            parent.addChild(element);
-            saveCommandDataObject(*object, element);
-        }
-        // Number and dictionary objects have no fields: empty elements.
-        void operator()(const NumberObject &) const { parent.addChild(elementWithName(tag)); }
-        void operator()(const Dictionary &) const { parent.addChild(elementWithName(tag)); }
-        void operator()(const ListValue &items) const {
-            xml::XmlNode list = elementWithName(tag);
-            parent.addChild(list);
-            saveList(items, list);
-        }
-    };
-    (void)field;
-    std::visit(Writer{parent, tagName}, value);
+    xml::TreeSink sink(parent);
+    envelope::writeProperty(value, sink, tagName);
 }
 
 // --- Reading

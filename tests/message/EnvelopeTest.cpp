@@ -6,8 +6,10 @@
 
 #include "base/Exception.h"
 #include "message/Constants.h"
+#include "message/EnvelopeWriter.h"
 #include "message/MessageTestSupport.h"
 #include "message/VCCMessage.h"
+#include "xml/ByteSink.h"
 #include "zel/ZelContents.h"
 
 namespace vork::test {
@@ -70,6 +72,11 @@ TEST_F(EnvelopeTest, CommandDataForms) {
     // A raw element is written alone, as it stands.
     const std::string raw = "<adminSave><ns2:packages xmlns:ns2=\"urn:p\"><p id=\"1\"/></ns2:packages></adminSave>";
     xml::XmlDocument rawDoc = xml::XmlDocument::parse(raw);
+    // A reply's content, written back: it declares the namespaces it uses
+    // from the reply's root.
+    xml::XmlDocument reply = xml::XmlDocument::parse(
+        "<ns2:vorkMessage xmlns:ns2=\"urn:m\" xmlns:xsi=\"urn:x\"><content xsi:type=\"ns2:ResponseContent\">"
+        "<commandData><k><ns2:v>1</ns2:v></k></commandData></content></ns2:vorkMessage>");
     // Request type suffix, command data, the whole document.
     const std::vector<std::tuple<std::string, CommandData, std::string>> rows{
         {".keepaliverequest", keepAlive,
@@ -92,8 +99,19 @@ TEST_F(EnvelopeTest, CommandDataForms) {
          envelope(content(".x", "<commandData><ns2:privilege>Read</ns2:privilege></commandData>"))},
         {".adminsaverequest", xml::XmlNode(), envelope(content(".adminsaverequest", ""))},
         {".adminsaverequest", rawDoc.rootElement(), envelope(raw)},
+        {".x", reply.rootElement().children().at(0),
+         envelope("<content xmlns:xsi=\"urn:x\" xmlns:ns2=\"urn:m\" xsi:type=\"ns2:ResponseContent\">"
+                  "<commandData><k><ns2:v>1</ns2:v></k></commandData></content>")},
     };
-    for (const auto &[suffix, data, expected] : rows) EXPECT_EQ(saved(*request(suffix, data)), expected);
+    // Written straight to bytes, and as a tree: the same document.
+    for (const auto &[suffix, data, expected] : rows) {
+        auto message = request(suffix, data);
+        EXPECT_EQ(saved(*message), expected);
+        xml::ByteSink bytes;
+        envelope::writeMessage(*message, bytes, MissingDeviceInfo::Leave);
+        EXPECT_EQ(bytes.take().value_or("(left to the tree)"), expected);
+        EXPECT_EQ(message->saveToXmlDocument().xmlData(), expected);
+    }
 }
 
 TEST_F(EnvelopeTest, StatusCodeWithoutTextsContentsInOrderAndEmptyAddressList) {
