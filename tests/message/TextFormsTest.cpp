@@ -1,19 +1,52 @@
-// Millisecond time stamps, calendar dates and the two XML text cleaners.
+// Millisecond time stamps, calendar dates, content uuids and the two XML
+// text cleaners.
 #include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <ctime>
+#include <regex>
+#include <set>
 
 #include "support/ScopedEnv.h"
 #include "message/JavaDate.h"
 #include "message/MessageTestSupport.h"
 #include "message/RemoveInvalidXmlData.h"
+#include "message/Uuid.h"
 #include "message/VCCMessage.h"
 
 namespace vork::test {
 namespace {
 
 using std::chrono::milliseconds;
+
+TEST(Uuid, RandomVersion4AndAForkedChildDrawsItsOwn) {
+    const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+    std::set<std::string> seen;
+    for (int i = 0; i < 200; ++i) {
+        const std::string uuid = newUuidString();
+        EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
+        seen.insert(uuid);
+    }
+    EXPECT_EQ(seen.size(), 200u);
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string uuid = newUuidString();
+        _exit(write(pipeEnds[1], uuid.data(), uuid.size()) == ssize_t(uuid.size()) ? 0 : 1);
+    }
+    close(pipeEnds[1]);
+    const std::string parents = newUuidString();
+    char text[64];
+    const ssize_t length = read(pipeEnds[0], text, sizeof text);
+    close(pipeEnds[0]);
+    waitpid(child, nullptr, 0);
+    ASSERT_EQ(length, 36);
+    EXPECT_NE(std::string(text, 36), parents);
+}
 
 TEST(JavaDate, WholeSecondsBothWays) {
     EXPECT_EQ(javaEpochString(Date(milliseconds(978307200750))), "978307200000");
