@@ -100,24 +100,36 @@ int main() {
         curlCall();
         ourCall();
     }
-    constexpr int kRounds = 15, kPerRound = 40;
+    constexpr int kRounds = 41, kPerRound = 40;
     int failures = 0;
     // Wall time per call, and this process's processor time per call: the
     // server runs in its own process, so the second is the client's work
     // alone, without the server's scheduling noise.
-    std::vector<double> ourCpu, curlCpu;
-    auto round = [&](const std::function<bool()> &call, std::vector<double> &cpu) {
+    std::vector<double> ourCpu, curlCpu, ourWall, curlWall;
+    auto round = [&](const std::function<bool()> &call, std::vector<double> &cpu, std::vector<double> &walls) {
         return [&, call] {
             const double c0 = processorSeconds();
             auto t0 = Clock::now();
             for (int i = 0; i < kPerRound; ++i) failures += call() ? 0 : 1;
             const double wall = std::chrono::duration<double>(Clock::now() - t0).count() / kPerRound;
             cpu.push_back((processorSeconds() - c0) / kPerRound);
+            walls.push_back(wall);
             return wall;
         };
     };
-    auto [ourMedian, curlMedian] = vork::bench::alternate(kRounds, round(ourCall, ourCpu), round(curlCall, curlCpu));
-    const double ourCpuMedian = vork::bench::median(ourCpu), curlCpuMedian = vork::bench::median(curlCpu);
+    vork::bench::alternate(kRounds, round(ourCall, ourCpu, ourWall), round(curlCall, curlCpu, curlWall));
+    // The machine's speed drifts over seconds: each round of ours is set
+    // against the libcurl round next to it, and the medians are taken of
+    // those pairs.
+    std::vector<double> wallRatio, ownCpuShare;
+    for (size_t i = 0; i < ourWall.size() && i < curlWall.size(); ++i) {
+        wallRatio.push_back(ourWall[i] / curlWall[i]);
+        ownCpuShare.push_back((ourCpu[i] - curlCpu[i]) / curlWall[i]);
+    }
+    const double curlMedian = vork::bench::median(curlWall);
+    const double ourMedian = curlMedian * vork::bench::median(wallRatio);
+    const double curlCpuMedian = vork::bench::median(curlCpu);
+    const double ourCpuMedian = curlCpuMedian + curlMedian * vork::bench::median(ownCpuShare);
     curl_slist_free_all(headers);
     curl_easy_cleanup(easy);
 
