@@ -18,6 +18,8 @@ const char *localPart(const char *name) {
 
 ByteSink::ByteSink() {
     out_.reserve(2048);
+    open_.reserve(16);
+    tagNames_.reserve(4);
     out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 }
 
