@@ -69,11 +69,11 @@ std::vector<std::string> readDomain(const std::string &path) {
     return out;
 }
 
-// The list is read before every HTTPS exchange, and three files (most of
-// them missing) cost more than a kept connection's whole exchange. A reading
-// is kept for a second, for the same three files; a change made by this
-// process drops it at once, one made by another process shows within the
-// second.
+// The list is read before every exchange (a redirect may lead to HTTPS),
+// and three files (most of them missing) cost more than a kept
+// connection's whole exchange. A reading is kept for a second, for the same
+// three files; a change made by this process drops it at once, one made by
+// another process shows within the second.
 class TrustCache {
 public:
     using Paths = std::array<std::string, 3>;

@@ -52,14 +52,16 @@ void Driver::begin(const std::shared_ptr<Job> &job) {
     curl_multi_add_handle(multi_, job->easy);
 }
 
-void Driver::end(const std::shared_ptr<Job> &job) {
+void Driver::end(const std::shared_ptr<Job> &job, bool completed) {
     if (!job->easy) return;
     curl_multi_remove_handle(multi_, job->easy);
     active_.erase(job->easy);
-    // A handle that verified a server with the trust settings' authorities
-    // is not kept: its TLS sessions must not outlive them.
+    // Only a handle whose transfer came to its end is kept (one cancelled,
+    // timed out or paused midway is not), and not one that verified a server
+    // with the trust settings' authorities: its TLS sessions must not
+    // outlive them.
     const bool extraTrust = job->request.tls && !job->request.tls->extraAuthorities.empty();
-    if (!extraTrust && spare_.size() < kSpareHandles) {
+    if (completed && !extraTrust && spare_.size() < kSpareHandles) {
         curl_easy_reset(job->easy);
         spare_.push_back(job->easy);
     } else {
@@ -90,7 +92,7 @@ void Driver::finish(CURL *easy, CURLcode result) {
         long code = job->writeFailed ? kURLErrorCannotWriteToFile : urlErrorCodeForCurl(result);
         event.error = URLError::urlError(code, job->request.url, hostOf(job->request.url));
     }
-    end(job);
+    end(job, result == CURLE_OK);
     job->resetAttempt();
     job->queue(std::move(event), true);
 }

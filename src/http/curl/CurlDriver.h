@@ -31,7 +31,9 @@ protected:
     void apply(Command &command);
     void begin(const std::shared_ptr<Job> &job);
     void finish(CURL *easy, CURLcode result);
-    void end(const std::shared_ptr<Job> &job);
+    // Takes the job's handle off the multi handle; a handle whose transfer
+    // completed may be kept for the next job.
+    void end(const std::shared_ptr<Job> &job, bool completed = false);
     void checkIdle();
     void readMessages();
 
