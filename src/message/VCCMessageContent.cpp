@@ -2,7 +2,6 @@
 
 #include <cxxabi.h>
 
-#include <charconv>
 #include <cstdlib>
 
 #include "base/Exception.h"
@@ -10,7 +9,6 @@
 #include "message/ChildElements.h"
 #include "message/EnvelopeWriter.h"
 #include "message/FieldOrder.h"
-#include "message/JavaDate.h"
 #include "message/Uuid.h"
 #include "util/Base64.h"
 #include "xml/TextScalars.h"

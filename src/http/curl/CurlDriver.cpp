@@ -24,9 +24,9 @@ std::string hostOf(const std::string &url) {
     return host;
 }
 
-}  // namespace
-
 constexpr size_t kSpareHandles = 4;
+
+}  // namespace
 
 Driver::~Driver() {
     for (CURL *easy : spare_) curl_easy_cleanup(easy);
